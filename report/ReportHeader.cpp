@@ -1,0 +1,82 @@
+#include "report/ReportHeader.h"
+
+#include <filesystem>
+#include <vector>
+
+#include "report/TextFile.h"
+
+namespace ql::report {
+
+namespace {
+
+const char* const TitleLine = "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************";
+const char* const RuleLine = "=======================================================================";
+
+std::string trimBlanks(const std::string& text) {
+    const size_t first = text.find_first_not_of(' ');
+    if (first == std::string::npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+}  // namespace
+
+std::string attributionYears(int year) { return " Copyright (C) 2003-" + std::to_string(year); }
+
+void WriteHeaderToFile(const std::string& outputPath, short format, const HeaderFacts& facts,
+                       int& writeMode, const std::string& scratchFolder) {
+    writeMode = WriteModeOverwrite;
+    const bool xml = format == FormatXml;
+    std::string prefix;
+    std::string closingLine(1, '\f');
+    std::string rootLine;
+    if (xml) {
+        prefix = writeMode == WriteModeOverwrite ? "<?xml version=\"1.0\"?>\r\n<!--\r\n" : "<!--\r\n";
+        closingLine = "-->";
+        rootLine = XmlRootOpen;
+    }
+    OpenMode mode = OpenMode::Output;
+    if (writeMode != WriteModeOverwrite) {
+        if (xml) RemoveXMLCloseTag(outputPath, scratchFolder);
+        mode = OpenMode::Append;
+    }
+    std::vector<std::string> lines = {
+        prefix + TitleLine,
+        "",
+        " VERSION : " + facts.version,
+        "",
+        " Database Analysis as at " + facts.date + " at " + facts.time,
+        " Access Database: " + facts.databasePath,
+        " System Database: " + facts.systemDbPath,
+        "",
+        attributionYears(facts.year),
+        MakerName,
+        "",
+        SupportLine,
+        WebLine,
+        RuleLine,
+        closingLine,
+    };
+    // Text and CSV end on their (empty) root line; XML opens its root only in
+    // a new file, since an appended header goes inside the existing root.
+    if (!xml) lines.push_back(rootLine);
+    else if (writeMode == WriteModeOverwrite) lines.push_back(rootLine);
+    writeLines(outputPath, lines, mode);
+}
+
+void RemoveXMLCloseTag(const std::string& outputPath, const std::string& scratchFolder) {
+    const std::string scratch = (std::filesystem::path(scratchFolder) / "temp.xml").string();
+    std::vector<std::string> kept;
+    for (const std::string& line : readLines(outputPath)) {
+        if (line != XmlRootClose && !trimBlanks(line).empty()) kept.push_back(line);
+    }
+    writeLines(scratch, kept, OpenMode::Output);
+    std::filesystem::remove(outputPath);
+    replaceFile(scratch, outputPath);
+}
+
+void CloseXmlReport(const std::string& outputPath, const std::string& scratchFolder) {
+    RemoveXMLCloseTag(outputPath, scratchFolder);
+    writeLines(outputPath, {XmlRootClose}, OpenMode::Append);
+}
+
+}  // namespace ql::report
