@@ -1,0 +1,284 @@
+#include "platform/jet/Database.h"
+
+#include "platform/jet/Context.h"
+#include "platform/jet/DataPage.h"
+#include "platform/jet/Header.h"
+#include "platform/jet/PropertyReader.h"
+#include "platform/jet/RowDecoder.h"
+#include "platform/jet/TdefReader.h"
+#include "platform/jet/UsageMap.h"
+
+namespace ql::jet {
+
+using namespace detail;
+
+namespace {
+constexpr std::uint32_t kCatalogPage = 2;
+// Overflow rows point to the real row; Access never chains them, so a few
+// links are plenty and more is a loop.
+constexpr int kMaxOverflowLinks = 8;
+
+char32_t nextCodePoint(const std::string& s, std::size_t& i) {
+    const unsigned char c = s[i];
+    int extra = c < 0x80 ? 0 : c < 0xE0 ? 1 : c < 0xF0 ? 2 : 3;
+    char32_t cp = extra == 0 ? c : extra == 1 ? (c & 0x1F) : extra == 2 ? (c & 0x0F) : (c & 0x07);
+    ++i;
+    for (int k = 0; k < extra && i < s.size(); ++k, ++i) cp = (cp << 6) | (static_cast<unsigned char>(s[i]) & 0x3F);
+    return cp;
+}
+
+char32_t foldCase(char32_t c) {
+    if (c >= 'A' && c <= 'Z') return c + 32;
+    if (c < 0x80) return c;
+    if ((c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 32;
+    if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 && c != 0x178)
+        return ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) ? ((c & 1) ? c + 1 : c) : (c | 1);
+    if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return c + 32;
+    if (c >= 0x410 && c <= 0x42F) return c + 32;
+    if (c >= 0x400 && c <= 0x40F) return c + 80;
+    return c;
+}
+}  // namespace
+
+bool sameName(const std::string& a, const std::string& b) {
+    std::size_t i = 0, j = 0;
+    while (i < a.size() && j < b.size())
+        if (foldCase(nextCodePoint(a, i)) != foldCase(nextCodePoint(b, j))) return false;
+    return i == a.size() && j == b.size();
+}
+
+const Value* CatalogEntry::field(const std::string& column) const {
+    for (const auto& [name, value] : raw)
+        if (sameName(name, column)) return &value;
+    return nullptr;
+}
+
+Binary CatalogEntry::lvProp(std::size_t cap) const {
+    const Value* v = field("LvProp");
+    if (!v) return {};
+    if (const LongValue* lv = v->get<LongValue>()) return lv->bytes(cap);
+    if (const Binary* b = v->get<Binary>()) return *b;
+    return {};
+}
+
+struct Database::Impl {
+    std::shared_ptr<Context> context;
+    HeaderInfo header;
+    std::vector<CatalogEntry> catalogue;
+    std::vector<std::string> problems;
+};
+
+struct TableCursor::State {
+    std::shared_ptr<const Context> context;
+    TableDef table;
+    RowDecoder decoder;
+    UsageMap map;
+    Page page;
+    bool havePage = false;
+    std::uint16_t rows = 0;
+    std::uint16_t next = 0;
+    std::uint32_t pointer = 0;
+    std::vector<Value> values;
+
+    State(std::shared_ptr<const Context> c, const TableDef& t)
+        : context(c), table(t), decoder(c, t), map(*c, t.ownedMap) {}
+};
+
+TableCursor::TableCursor(std::unique_ptr<State> state) : state_(std::move(state)) {}
+TableCursor::TableCursor(TableCursor&&) noexcept = default;
+TableCursor& TableCursor::operator=(TableCursor&&) noexcept = default;
+TableCursor::~TableCursor() = default;
+
+const std::vector<Value>& TableCursor::values() const { return state_->values; }
+const TableDef& TableCursor::table() const { return state_->table; }
+std::uint32_t TableCursor::rowPointer() const { return state_->pointer; }
+
+bool TableCursor::next() {
+    State& s = *state_;
+    const Format& format = *s.context->format;
+    for (;;) {
+        if (!s.havePage || s.next >= s.rows) {
+            s.havePage = false;
+            const std::optional<std::uint32_t> pageNumber = s.map.next();
+            if (!pageNumber) return false;
+            Page page = s.context->pages->page(*pageNumber);
+            // A freed page keeps its owner and rows; only data pages this
+            // table owns count.
+            if (page.type() != kPageData || u32(page.bytes(), 4) != s.table.page) continue;
+            s.page = std::move(page);
+            s.next = 0;
+            s.rows = rowCount(s.page, format);
+            s.havePage = true;
+            continue;
+        }
+        const std::uint16_t r = s.next++;
+        s.pointer = (s.page.number() << 8) | r;
+        const RowSlot slot = rowSlot(s.page, format, r);
+        if (slot.deleted()) continue;
+        ByteSpan bytes = slot.bytes;
+        Page holder;
+        if (slot.overflow()) {
+            // The target carries the deleted flag so that a scan meets it only
+            // through its pointer, in the row order Access shows.
+            for (int link = 0;; ++link) {
+                if (link == kMaxOverflowLinks)
+                    damaged("overflow row at page " + std::to_string(s.page.number()) + " row " +
+                            std::to_string(r) + " leads into a loop");
+                std::uint16_t entry = 0;
+                bytes = rowByPointer(*s.context, u32(bytes, 0, "overflow row pointer"), &holder, "overflow row",
+                                     &entry);
+                if ((entry & kRowOverflow) == 0 || (entry & kRowDeleted)) break;
+            }
+        }
+        s.decoder.decode(bytes, s.values);
+        return true;
+    }
+}
+
+Database::Database(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
+    auto impl = std::make_shared<Impl>();
+    auto source = PageSource::openFile(path);
+    ParsedHeader parsed = parseHeader(source->fileBytes());
+    impl->header = parsed.info;
+    source->configure(parsed.format->pageSize, parsed.info.databaseKey, std::move(parsed.page));
+    impl->context = std::make_shared<Context>();
+    impl->context->pages = source;
+    impl->context->format = parsed.format;
+    impl->context->codec = std::make_unique<TextCodec>(
+        parsed.format->jet4, options.codePageOverride ? options.codePageOverride : parsed.info.codePage);
+    Database db(impl);
+    db.readCatalogue();
+    return db;
+}
+
+Database Database::openBuffer(std::vector<std::uint8_t> bytes, const OpenOptions& options) {
+    auto impl = std::make_shared<Impl>();
+    auto source = PageSource::fromBuffer(std::move(bytes));
+    ParsedHeader parsed = parseHeader(source->fileBytes());
+    impl->header = parsed.info;
+    source->configure(parsed.format->pageSize, parsed.info.databaseKey, std::move(parsed.page));
+    impl->context = std::make_shared<Context>();
+    impl->context->pages = source;
+    impl->context->format = parsed.format;
+    impl->context->codec = std::make_unique<TextCodec>(
+        parsed.format->jet4, options.codePageOverride ? options.codePageOverride : parsed.info.codePage);
+    Database db(impl);
+    db.readCatalogue();
+    return db;
+}
+
+void Database::readCatalogue() {
+    Impl& impl = *impl_;
+    TableDef table = readTableDef(*impl.context, kCatalogPage);
+    table.name = "MSysObjects";
+    auto index = [&](const char* name) -> int {
+        for (std::size_t i = 0; i < table.columns.size(); ++i)
+            if (sameName(table.columns[i].name, name)) return static_cast<int>(i);
+        return -1;
+    };
+    const int id = index("Id"), parentId = index("ParentId"), name = index("Name"), type = index("Type"),
+              flags = index("Flags"), dateCreate = index("DateCreate"), dateUpdate = index("DateUpdate"),
+              owner = index("Owner"), database = index("Database"), connect = index("Connect"),
+              foreignName = index("ForeignName");
+    if (id < 0 || name < 0 || type < 0)
+        damaged("the catalogue (MSysObjects, page 2) lacks its Id, Name or Type column");
+
+    TableCursor cursor = this->cursor(table);
+    for (;;) {
+        try {
+            if (!cursor.next()) break;
+        } catch (const Error& e) {
+            if (e.kind() != ErrorKind::Damaged) throw;
+            impl.problems.push_back(std::string(e.what()) + " (catalogue row at page " +
+                                    std::to_string(cursor.rowPointer() >> 8) + ", row " +
+                                    std::to_string(cursor.rowPointer() & 0xFF) + ")");
+            if (impl.problems.size() > impl.header.pageCount) throw;
+            continue;
+        }
+        const std::vector<Value>& v = cursor.values();
+        CatalogEntry entry;
+        auto integer = [&](int column) -> std::int64_t {
+            if (column < 0) return 0;
+            if (const auto* x = v[column].get<std::int32_t>()) return *x;
+            if (const auto* x = v[column].get<std::int16_t>()) return *x;
+            if (const auto* x = v[column].get<std::uint8_t>()) return *x;
+            return 0;
+        };
+        auto text = [&](int column) -> std::string {
+            if (column < 0) return {};
+            if (const auto* x = v[column].get<std::string>()) return *x;
+            if (const auto* x = v[column].get<LongValue>()) return x->isMemo() ? x->text() : std::string();
+            return {};
+        };
+        entry.id = static_cast<std::int32_t>(integer(id));
+        entry.parentId = static_cast<std::int32_t>(integer(parentId));
+        entry.name = text(name);
+        entry.type = static_cast<std::int16_t>(integer(type));
+        entry.flags = static_cast<std::int32_t>(integer(flags));
+        if (dateCreate >= 0)
+            if (const auto* d = v[dateCreate].get<DateTime>()) entry.dateCreate = *d;
+        if (dateUpdate >= 0)
+            if (const auto* d = v[dateUpdate].get<DateTime>()) entry.dateUpdate = *d;
+        if (owner >= 0)
+            if (const auto* b = v[owner].get<Binary>()) entry.owner = *b;
+        entry.database = text(database);
+        entry.connect = text(connect);
+        entry.foreignName = text(foreignName);
+        entry.raw.reserve(v.size());
+        for (std::size_t i = 0; i < v.size(); ++i) entry.raw.emplace_back(table.columns[i].name, v[i]);
+        impl.catalogue.push_back(std::move(entry));
+    }
+}
+
+const HeaderInfo& Database::header() const { return impl_->header; }
+const std::vector<CatalogEntry>& Database::catalogue() const { return impl_->catalogue; }
+const std::vector<std::string>& Database::catalogueProblems() const { return impl_->problems; }
+
+const CatalogEntry* Database::findObject(const std::string& name, std::int16_t type) const {
+    for (const CatalogEntry& e : impl_->catalogue)
+        if (e.type == type && sameName(e.name, name)) return &e;
+    return nullptr;
+}
+
+const CatalogEntry* Database::findTable(const std::string& name) const {
+    return findObject(name, kObjectLocalTable);
+}
+
+TableDef Database::tableDef(const std::string& name) const {
+    const CatalogEntry* entry = findTable(name);
+    if (!entry) throw Error(ErrorKind::NotFound, "no table named " + name);
+    return tableDef(entry->tdefPage(), entry->name);
+}
+
+TableDef Database::tableDef(std::uint32_t tdefPage, const std::string& name) const {
+    TableDef def = readTableDef(*impl_->context, tdefPage);
+    def.name = name;
+    return def;
+}
+
+std::uint64_t Database::liveRecordCount(const TableDef& table) const {
+    const Context& context = *impl_->context;
+    UsageMap map(context, table.ownedMap);
+    std::uint64_t count = 0;
+    const std::size_t offsetTable = context.format->dataRowCountOffset + 2;
+    while (const std::optional<std::uint32_t> pageNumber = map.next()) {
+        const Page page = context.pages->page(*pageNumber);
+        if (page.type() != kPageData || u32(page.bytes(), 4) != table.page) continue;
+        const std::uint16_t rows = rowCount(page, *context.format);
+        for (std::uint16_t r = 0; r < rows; ++r)
+            if (!(u16(page.bytes(), offsetTable + 2u * r) & kRowDeleted)) ++count;
+    }
+    return count;
+}
+
+TableCursor Database::cursor(const TableDef& table) const {
+    return TableCursor(std::make_unique<TableCursor::State>(impl_->context, table));
+}
+
+PropertyBlob Database::properties(const Binary& blob) const { return parseProperties(impl_->context, ByteSpan(blob)); }
+
+std::string Database::decodeText(const Binary& bytes) const { return impl_->context->codec->decodeText(ByteSpan(bytes)); }
+
+}  // namespace ql::jet

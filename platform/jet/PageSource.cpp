@@ -1,0 +1,104 @@
+#include "platform/jet/PageSource.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/jet/Rc4.h"
+
+namespace ql::jet::detail {
+
+namespace {
+constexpr std::size_t kCacheSlots = 64;
+
+[[noreturn]] void openFailed(const std::filesystem::path& path, int err) {
+    const std::string reason = std::strerror(err);
+    switch (err) {
+        case ENOENT:
+        case ENOTDIR:
+            throw Error(ErrorKind::FileMissing, "cannot open " + path.string() + ": " + reason);
+        case EACCES:
+        case EPERM:
+            throw Error(ErrorKind::NoPermission, "cannot open " + path.string() + ": " + reason);
+        default:
+            throw Error(ErrorKind::Io, "cannot open " + path.string() + ": " + reason);
+    }
+}
+}  // namespace
+
+std::shared_ptr<PageSource> PageSource::openFile(const std::filesystem::path& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) openFailed(path, errno);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) {
+        int err = errno;
+        ::close(fd);
+        openFailed(path, err);
+    }
+    if (S_ISDIR(st.st_mode)) {
+        ::close(fd);
+        throw Error(ErrorKind::FileMissing, path.string() + " is a folder, not a file");
+    }
+    std::shared_ptr<PageSource> source(new PageSource());
+    source->size_ = static_cast<std::uint64_t>(st.st_size);
+    if (source->size_ > 0) {
+        void* map = ::mmap(nullptr, source->size_, PROT_READ, MAP_SHARED, fd, 0);
+        int err = errno;
+        ::close(fd);
+        if (map == MAP_FAILED) openFailed(path, err);
+        source->map_ = map;
+        source->base_ = static_cast<const std::uint8_t*>(map);
+    } else {
+        ::close(fd);
+    }
+    source->keepAlive_ = std::shared_ptr<const void>(source.get(), [](const void*) {});
+    return source;
+}
+
+std::shared_ptr<PageSource> PageSource::fromBuffer(std::vector<std::uint8_t> bytes) {
+    std::shared_ptr<PageSource> source(new PageSource());
+    source->buffer_ = std::move(bytes);
+    source->base_ = source->buffer_.data();
+    source->size_ = source->buffer_.size();
+    source->keepAlive_ = std::shared_ptr<const void>(source.get(), [](const void*) {});
+    return source;
+}
+
+PageSource::~PageSource() {
+    if (map_) ::munmap(map_, size_);
+}
+
+void PageSource::configure(std::uint32_t pageSize, std::uint32_t databaseKey, std::vector<std::uint8_t> headerPage) {
+    pageSize_ = pageSize;
+    pageCount_ = static_cast<std::uint32_t>(std::min<std::uint64_t>(size_ / pageSize, UINT32_MAX));
+    key_ = databaseKey;
+    header_ = std::make_shared<std::vector<std::uint8_t>>(std::move(headerPage));
+    if (key_ != 0) cache_.resize(kCacheSlots);
+}
+
+Page PageSource::page(std::uint32_t n) const {
+    if (n >= pageCount_)
+        truncated("page " + std::to_string(n) + " lies beyond the end of the file (" + std::to_string(pageCount_) +
+                  " pages of " + std::to_string(pageSize_) + " bytes)");
+    if (n == 0) return Page(0, ByteSpan(header_->data(), header_->size()), header_);
+    const std::uint8_t* start = base_ + static_cast<std::uint64_t>(n) * pageSize_;
+    if (key_ == 0) return Page(n, ByteSpan(start, pageSize_), keepAlive_);
+
+    Slot& slot = cache_[n % kCacheSlots];
+    if (slot.number != n || !slot.data) {
+        // A caller may still hold the old page; give the slot a fresh buffer then.
+        if (!slot.data || slot.data.use_count() > 1) slot.data = std::make_shared<std::vector<std::uint8_t>>(pageSize_);
+        std::memcpy(slot.data->data(), start, pageSize_);
+        const std::uint32_t pageKey = key_ ^ n;
+        const std::uint8_t key[4] = {static_cast<std::uint8_t>(pageKey), static_cast<std::uint8_t>(pageKey >> 8),
+                                     static_cast<std::uint8_t>(pageKey >> 16), static_cast<std::uint8_t>(pageKey >> 24)};
+        Rc4(key).apply(*slot.data);
+        slot.number = n;
+    }
+    return Page(n, ByteSpan(slot.data->data(), slot.data->size()), slot.data);
+}
+
+}  // namespace ql::jet::detail
