@@ -1,0 +1,56 @@
+#include "tests/support/ScriptedUi.h"
+
+namespace ql::test {
+
+using ql::ui::Answer;
+using ql::ui::Buttons;
+
+namespace {
+
+// The answer a box gives when the user just presses Enter.
+Answer defaultAnswer(const ql::ui::Message& m) {
+    static const std::vector<std::vector<Answer>> kButtons = {
+        {Answer::OK},
+        {Answer::OK, Answer::Cancel},
+        {Answer::Abort, Answer::Retry, Answer::Ignore},
+        {Answer::Yes, Answer::No, Answer::Cancel},
+        {Answer::Yes, Answer::No},
+        {Answer::Retry, Answer::Cancel},
+    };
+    const auto& set = kButtons[static_cast<std::size_t>(m.buttons)];
+    const auto i = static_cast<std::size_t>(m.defaultButton);
+    return i < set.size() ? set[i] : set.front();
+}
+
+}  // namespace
+
+Answer ScriptedUi::messageBox(const ql::ui::Message& message) {
+    messages.push_back(message);
+    if (answers.empty()) return defaultAnswer(message);
+    const auto a = answers.front();
+    answers.pop_front();
+    return a;
+}
+
+ql::ui::FileDialogResult ScriptedUi::nextFile(bool save, const ql::ui::FileDialog& dialog) {
+    dialogs.push_back({save, dialog});
+    if (fileAnswers.empty()) return {};
+    auto r = fileAnswers.front();
+    fileAnswers.pop_front();
+    return r;
+}
+
+ql::ui::FileDialogResult ScriptedUi::showOpen(const ql::ui::FileDialog& dialog) {
+    return nextFile(false, dialog);
+}
+
+ql::ui::FileDialogResult ScriptedUi::showSave(const ql::ui::FileDialog& dialog) {
+    return nextFile(true, dialog);
+}
+
+void ScriptedUi::startProcess(const std::string& commandLine, ql::ui::WindowStyle style) {
+    started.push_back({commandLine, style});
+    if (failStarts) throw ql::ui::RuntimeError(ql::ui::kErrFileNotFound, "File not found");
+}
+
+}  // namespace ql::test
