@@ -1,0 +1,176 @@
+// The automation object model as the report writer drives it, without files.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "platform/workbook/Excel.h"
+
+using namespace ql::workbook;
+namespace errors = ql::workbook::automation_errors;
+
+namespace {
+
+// Runs `call` and returns the run-time error number it raised (0 if none).
+template <typename Call>
+int errorOf(Call&& call) {
+    try {
+        call();
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_FALSE(e.description().empty());
+        return e.number();
+    }
+    return 0;
+}
+
+std::vector<std::string> namesOf(const Workbook& book) {
+    std::vector<std::string> names;
+    for (int i = 1; i <= book.Worksheets().Count(); ++i) names.push_back(book.Worksheets().Item(i).Name());
+    return names;
+}
+
+TEST(ExcelApplication, NewWorkbooksStartWithThreeSheetsAndNumberedNames) {
+    Application excel;
+    EXPECT_EQ(excel.Workbooks().Count(), 0);
+    Workbook first = excel.Workbooks().Add();
+    Workbook second = excel.Workbooks().Add();
+    EXPECT_EQ(excel.Workbooks().Count(), 2);
+    EXPECT_EQ(first.Name(), "Book1");
+    EXPECT_EQ(second.Name(), "Book2");
+    EXPECT_EQ(namesOf(first), (std::vector<std::string>{"Sheet1", "Sheet2", "Sheet3"}));
+    EXPECT_EQ(first.ActiveSheet().Name(), "Sheet1");
+
+    excel.SetSheetsInNewWorkbook(1);
+    EXPECT_EQ(excel.Workbooks().Add().Worksheets().Count(), 1);
+    EXPECT_EQ(errorOf([&] { excel.SetSheetsInNewWorkbook(0); }), errors::MethodFailed);
+    EXPECT_EQ(errorOf([&] { excel.SetSheetsInNewWorkbook(256); }), errors::MethodFailed);
+}
+
+TEST(ExcelApplication, AddedSheetsGoWhereAskedAndBecomeActive) {
+    Application excel;
+    Workbook book = excel.Workbooks().Add();
+    SheetList sheets = book.Worksheets();
+    while (sheets.Count() < 10) sheets.Add(sheets.Item(sheets.Count()));
+    EXPECT_EQ(sheets.Count(), 10);
+    EXPECT_EQ(sheets.Item(10).Name(), "Sheet10");
+    EXPECT_EQ(book.ActiveSheet().Name(), "Sheet10");
+
+    sheets.Add(sheets.Item(1));  // after the first
+    EXPECT_EQ(sheets.Item(2).Name(), "Sheet11");
+    sheets.Item(5).Activate();
+    Worksheet before = sheets.Add();  // no position: before the active sheet
+    EXPECT_EQ(before.Index(), 5);
+    EXPECT_EQ(book.ActiveSheet().Name(), before.Name());
+
+    // A taken name is skipped when numbering new sheets.
+    sheets.Item(1).SetName("Sheet13");
+    EXPECT_EQ(sheets.Add(sheets.Item(1)).Name(), "Sheet14");
+
+    Workbook other = excel.Workbooks().Add();
+    EXPECT_EQ(errorOf([&] { sheets.Add(other.Worksheets().Item(1)); }), errors::MethodFailed);
+}
+
+TEST(ExcelApplication, SheetNamesFollowExcelRules) {
+    Application excel;
+    Workbook book = excel.Workbooks().Add();
+    Worksheet sheet = book.Worksheets().Item(1);
+    const std::vector<std::string> refused = {
+        "",   std::string(32, 'a'), "a:b", "a\\b", "a/b", "a?b", "a*b", "a[b", "a]b", "'quoted", "quoted'",
+        "Sheet2", "SHEET3", "记录表记录表记录表记录表记录表记录表记录表记录表记录表记录表记录"  // 32 CJK
+    };
+    for (const std::string& name : refused) {
+        EXPECT_EQ(errorOf([&] { sheet.SetName(name); }), errors::MethodFailed) << name;
+        EXPECT_EQ(sheet.Name(), "Sheet1") << name;
+    }
+    const std::vector<std::string> accepted = {
+        std::string(31, 'a'), "记录表记录表记录表记录表记录表记录表记录表记录表记录表记录表记", "O'Brien",
+        "Relations (2003)", "Пассажиры", "sheet1", "Header"};
+    for (const std::string& name : accepted) {
+        EXPECT_EQ(errorOf([&] { sheet.SetName(name); }), 0) << name;
+        EXPECT_EQ(sheet.Name(), name);
+    }
+    // Case is ignored beyond ASCII too.
+    book.Worksheets().Item(2).SetName("Рейсы");
+    EXPECT_EQ(errorOf([&] { sheet.SetName("РЕЙСЫ"); }), errors::MethodFailed);
+    EXPECT_EQ(book.Worksheets().Item("рейсы").Index(), 2);
+    EXPECT_EQ(book.Worksheets().Item("HEADER").Index(), 1);
+}
+
+TEST(ExcelApplication, MissingSheetsAndWorkbooksAreOutOfRange) {
+    Application excel;
+    Workbook book = excel.Workbooks().Add();
+    EXPECT_EQ(errorOf([&] { book.Worksheets().Item(0); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorOf([&] { book.Worksheets().Item(4); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorOf([&] { book.Worksheets().Item("Header"); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorOf([&] { excel.Workbooks().Item(2); }), errors::SubscriptOutOfRange);
+}
+
+TEST(ExcelApplication, CellsHoldTextOrNumbersWithinTheSheet) {
+    Application excel;
+    Worksheet sheet = excel.Workbooks().Add().Worksheets().Item(1);
+    sheet.Cells(2, 3) = "Таблицы";
+    sheet.Cells(65536, 256) = 42.0;
+    sheet.Cells(1, 1) = 7;  // whole numbers arrive as numbers
+    EXPECT_EQ(std::get<std::string>(sheet.Cells(2, 3).Value()), "Таблицы");
+    EXPECT_EQ(std::get<double>(sheet.Cells(65536, 256).Value()), 42.0);
+    EXPECT_EQ(std::get<double>(sheet.Cells(1, 1).Value()), 7.0);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(sheet.Cells(3, 3).Value()));
+
+    sheet.Cells(2, 3) = "12";  // a numeric text stays text
+    EXPECT_EQ(std::get<std::string>(sheet.Cells(2, 3).Value()), "12");
+    sheet.Cells(2, 3) = "";  // an empty text empties the cell
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(sheet.Cells(2, 3).Value()));
+
+    sheet.Cells(4, 1) = std::string("bad \xff\xfe bytes");
+    EXPECT_EQ(std::get<std::string>(sheet.Cells(4, 1).Value()), "bad \uFFFD\uFFFD bytes");
+
+    for (auto [row, col] : {std::pair{0, 1}, {1, 0}, {65537, 1}, {1, 257}, {-1, -1}})
+        EXPECT_EQ(errorOf([&] { sheet.Cells(row, col); }), errors::MethodFailed) << row << "," << col;
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::numeric_limits<double>::infinity(); }),
+              errors::MethodFailed);
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::nan(""); }), errors::MethodFailed);
+}
+
+TEST(ExcelApplication, CellTextLimitCountsUtf16Units) {
+    Application excel;
+    Worksheet sheet = excel.Workbooks().Add().Worksheets().Item(1);
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::string(32767, 'x'); }), 0);
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 2) = std::string(32768, 'x'); }), errors::MethodFailed);
+    std::string astral;  // each takes two UTF-16 units
+    for (int i = 0; i < 16384; ++i) astral += "𝄞";
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 3) = astral; }), errors::MethodFailed);
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(sheet.Cells(1, 3).Value()));
+}
+
+TEST(ExcelApplication, ClosedWorkbooksAndAQuitApplicationAreDisconnected) {
+    Application excel;
+    Workbook first = excel.Workbooks().Add();
+    Workbook second = excel.Workbooks().Add();
+    Worksheet sheet = first.Worksheets().Item(1);
+    first.Close();
+    EXPECT_EQ(excel.Workbooks().Count(), 1);
+    EXPECT_EQ(excel.Workbooks().Item(1).Name(), "Book2");
+    EXPECT_EQ(errorOf([&] { first.Name(); }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = "x"; }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorOf([&] { first.SaveAs("/tmp/never.xls"); }), errors::ObjectDisconnected);
+
+    Application sameInstance = excel;  // a second reference to one application
+    excel.Quit();
+    EXPECT_EQ(errorOf([&] { second.Worksheets(); }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorOf([&] { sameInstance.Workbooks(); }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorOf([&] { excel.Quit(); }), errors::ObjectDisconnected);
+}
+
+TEST(ExcelApplication, SnapshotFollowsSheetOrderAndActiveSheet) {
+    Application excel;
+    Workbook book = excel.Workbooks().Add();
+    book.Worksheets().Item(3).Activate();
+    book.Worksheets().Item(2).Cells(5, 2) = "x";
+    const WorkbookModel model = book.Snapshot();
+    ASSERT_EQ(model.sheets.size(), 3u);
+    EXPECT_EQ(model.activeSheet, 2u);
+    EXPECT_EQ(model.sheets[1].cells.size(), 1u);
+    EXPECT_EQ(std::get<std::u16string>(model.sheets[1].cells.at({4, 1})), u"x");
+}
+
+}  // namespace

@@ -1,0 +1,320 @@
+// Saved workbooks as an independent reader (python3-xlrd) sees them.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/workbook/Excel.h"
+#include "tests/platform/workbook/XlsProbe.h"
+#include "tests/support/Corpus.h"
+
+namespace fs = std::filesystem;
+using namespace ql::workbook;
+using ql::workbook::test::ProbedWorkbook;
+using ql::workbook::test::probeXls;
+
+namespace {
+
+const char* const ReportSheets[] = {"Header", "Tables",  "Views",  "Indexes", "Relations",
+                                    "Forms",  "Reports", "Macros", "Modules", "Pages"};
+
+class SavedWorkbook : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("ql_workbook_" + std::to_string(::getpid()) + "_" +
+                ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    std::string path(const std::string& name) const { return (dir_ / name).string(); }
+
+    // Saves, reads back with xlrd and insists the record structure is sound.
+    ProbedWorkbook saveAndProbe(Workbook& book, const std::string& name, int fileFormat = xlExcel9795) {
+        book.SaveAs(path(name), fileFormat);
+        ProbedWorkbook probed = probeXls(path(name));
+        for (const std::string& problem : probed.problems) ADD_FAILURE() << name << ": " << problem;
+        return probed;
+    }
+
+    static void expectText(const ql::workbook::test::ProbedSheet& sheet, int row, int col,
+                           const std::string& text) {
+        const auto it = sheet.cells.find({row - 1, col - 1});
+        ASSERT_NE(it, sheet.cells.end()) << sheet.name << " (" << row << "," << col << ") is empty";
+        EXPECT_EQ(it->second.type, "text") << sheet.name << " (" << row << "," << col << ")";
+        EXPECT_EQ(it->second.text, text) << sheet.name << " (" << row << "," << col << ")";
+    }
+
+    fs::path dir_;
+    Application excel_;
+};
+
+// The workbook the report writer builds: sheets added after the last until
+// there are ten, named in report order, the header sheet active and filled.
+Workbook buildReportWorkbook(Application& excel) {
+    Workbook book = excel.Workbooks().Add();
+    SheetList sheets = book.Worksheets();
+    while (sheets.Count() < 10) sheets.Add(sheets.Item(sheets.Count()));
+    for (int i = 0; i < 10; ++i) sheets.Item(i + 1).SetName(ReportSheets[i]);
+    Worksheet header = sheets.Item("Header");
+    header.Activate();
+    header.Cells(1, 1) = "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************";
+    header.Cells(2, 1) = "VERSION :";
+    header.Cells(2, 2) = "0.1.0";
+    header.Cells(3, 1) = " Database Analysis as at ";
+    header.Cells(3, 2) = "05 March 2025";
+    header.Cells(3, 3) = "at";
+    header.Cells(3, 4) = "14:07";
+    header.Cells(4, 1) = "Access Database: ";
+    header.Cells(4, 2) = "/data/Автовокзал/Рейсы.mdb";
+    header.Cells(5, 1) = "System Database: ";
+    header.Cells(5, 2) = "/data/SYSTEM.MDW";
+    header.Cells(7, 1) = " Copyright (C) 2003-2025";
+    header.Cells(8, 1) = " Orvex Software";
+    header.Cells(13, 1) = " Support :";
+    header.Cells(13, 2) = "support@orvex.example";
+    header.Cells(14, 1) = " Web     :";
+    header.Cells(14, 2) = "https://www.orvex.example/quarrylantern";
+    return book;
+}
+
+TEST_F(SavedWorkbook, ReportWorkbookHasTenSheetsInOrderAndTheHeaderCells) {
+    Workbook book = buildReportWorkbook(excel_);
+    const ProbedWorkbook probed = saveAndProbe(book, "report.xls");
+
+    ASSERT_EQ(probed.sheets.size(), 10u);
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(probed.sheets[i].name, ReportSheets[i]);
+        EXPECT_EQ(probed.sheets[i].selected, i == 0) << ReportSheets[i];
+        if (i > 0) {
+            EXPECT_TRUE(probed.sheets[i].cells.empty()) << ReportSheets[i];
+        }
+    }
+    const auto& header = probed.sheets[0];
+    EXPECT_EQ(header.cells.size(), 17u);
+    expectText(header, 1, 1, "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************");
+    expectText(header, 2, 1, "VERSION :");
+    expectText(header, 2, 2, "0.1.0");
+    expectText(header, 3, 1, " Database Analysis as at ");
+    expectText(header, 3, 2, "05 March 2025");
+    expectText(header, 3, 3, "at");
+    expectText(header, 3, 4, "14:07");
+    expectText(header, 4, 1, "Access Database: ");
+    expectText(header, 4, 2, "/data/Автовокзал/Рейсы.mdb");
+    expectText(header, 5, 2, "/data/SYSTEM.MDW");
+    expectText(header, 8, 1, " Orvex Software");
+    expectText(header, 14, 2, "https://www.orvex.example/quarrylantern");
+    for (int row : {6, 9, 10, 11, 12})
+        for (int col = 1; col <= 4; ++col) EXPECT_FALSE(header.cells.count({row - 1, col - 1}));
+}
+
+TEST_F(SavedWorkbook, EveryFileFormatCodeWritesTheSameExcel97Workbook) {
+    Workbook book = buildReportWorkbook(excel_);
+    book.SaveAs(path("43.xls"), 43);
+    const std::string reference = ql::test::readFile(path("43.xls"));
+    ASSERT_FALSE(reference.empty());
+    for (int code : {39, 0, 56, -4143}) {
+        book.SaveAs(path("other.xls"), code);
+        EXPECT_EQ(book.FileFormat(), code);
+        EXPECT_EQ(ql::test::readFile(path("other.xls")), reference) << "file format " << code;
+    }
+    EXPECT_EQ(book.Name(), "other.xls");
+    EXPECT_EQ(book.FullName(), path("other.xls"));
+}
+
+TEST_F(SavedWorkbook, TextsInManyScriptsKeepEveryCharacter) {
+    const std::vector<std::pair<std::string, std::string>> named = {
+        {"Пассажиры", "РейсыПассажиры: Код рейса, Пункт назначения"},
+        {"person 查询", "人员名单 — 查询结果"},
+        {"ตาราง", "ภาษาไทย ฐานข้อมูล"},
+        {"الجداول", "قاعدة البيانات العربية"},
+        {"Ventes par catégorie", "Liste alphabétique des produits ÿ ©"},
+        {"記録表記録表記録表記録表記録表記録表記録表記録表記録表記録表記", "31 characters of CJK in the name"},
+    };
+    Workbook book = excel_.Workbooks().Add();
+    SheetList sheets = book.Worksheets();
+    while (sheets.Count() < static_cast<int>(named.size())) sheets.Add(sheets.Item(sheets.Count()));
+    for (size_t i = 0; i < named.size(); ++i) {
+        Worksheet sheet = sheets.Item(static_cast<int>(i) + 1);
+        sheet.SetName(named[i].first);
+        sheet.Cells(1, 1) = named[i].second;
+        sheet.Cells(2, 1) = "mixed: abc é Ж 漢 ก ع 𝄞 end";  // one character outside the 16-bit range
+    }
+    const ProbedWorkbook probed = saveAndProbe(book, "scripts.xls");
+    ASSERT_EQ(probed.sheets.size(), named.size());
+    for (size_t i = 0; i < named.size(); ++i) {
+        EXPECT_EQ(probed.sheets[i].name, named[i].first);
+        expectText(probed.sheets[i], 1, 1, named[i].second);
+        expectText(probed.sheets[i], 2, 1, "mixed: abc é Ж 漢 ก ع 𝄞 end");
+    }
+}
+
+TEST_F(SavedWorkbook, LongTextsSpanningSeveralRecordsComeBackWhole) {
+    std::string cjk;
+    for (int i = 0; i < 32767; ++i) cjk += (i % 2 ? "漢" : "字");
+    std::string latin(32767, 'x');
+    for (size_t i = 0; i < latin.size(); i += 97) latin[i] = 'a' + (i / 97) % 26;
+    const std::string cyrillic = [] {
+        std::string s;
+        for (int i = 0; i < 9000; ++i) s += i % 2 ? "Ж" : "ж";
+        return s;
+    }();
+
+    Workbook book = excel_.Workbooks().Add();
+    Worksheet sheet = book.Worksheets().Item(1);
+    sheet.Cells(1, 1) = latin;
+    sheet.Cells(2, 1) = cjk;
+    sheet.Cells(3, 1) = cyrillic;
+    sheet.Cells(4, 1) = "after the long ones";
+    const ProbedWorkbook probed = saveAndProbe(book, "long.xls");
+    EXPECT_GT(probed.continueRecords, 10);
+    expectText(probed.sheets[0], 1, 1, latin);
+    expectText(probed.sheets[0], 2, 1, cjk);
+    expectText(probed.sheets[0], 3, 1, cyrillic);
+    expectText(probed.sheets[0], 4, 1, "after the long ones");
+}
+
+// A string whose length and flag would fit at the very end of a record but
+// not its first character must start in the next record; one whose
+// characters do not fit continues with a fresh flag byte. Sliding the first
+// string's length moves the second string's start across the record end.
+TEST_F(SavedWorkbook, StringsStartingAtTheEndOfARecordAreReadIntact) {
+    const size_t room = 8224 - 8;  // the first record's body after the two counts
+    for (size_t first = room - 3 - 7; first <= room - 3; ++first) {
+        Workbook book = excel_.Workbooks().Add();
+        Worksheet sheet = book.Worksheets().Item(1);
+        const std::string lead(first, 'L');
+        sheet.Cells(1, 1) = lead;
+        sheet.Cells(2, 1) = "Ширина";
+        sheet.Cells(3, 1) = "plain";
+        sheet.Cells(4, 1) = "中文";
+        const std::string name = "edge" + std::to_string(first) + ".xls";
+        const ProbedWorkbook probed = saveAndProbe(book, name);
+        expectText(probed.sheets[0], 1, 1, lead);
+        expectText(probed.sheets[0], 2, 1, "Ширина");
+        expectText(probed.sheets[0], 3, 1, "plain");
+        expectText(probed.sheets[0], 4, 1, "中文");
+        book.Close();
+    }
+}
+
+TEST_F(SavedWorkbook, LargeSharedStringTableIsSplitAndIndexed) {
+    Workbook book = excel_.Workbooks().Add();
+    Worksheet sheet = book.Worksheets().Item(1);
+    const int unique = 6000;
+    auto textOf = [](int i) {
+        std::string s = (i % 3 == 0 ? "Таблица " : i % 3 == 1 ? "Table " : "表 ") + std::to_string(i);
+        return s + std::string(static_cast<size_t>(i % 40), '.');
+    };
+    for (int i = 0; i < unique; ++i) sheet.Cells(i + 1, 1) = textOf(i);
+    for (int i = 0; i < unique; i += 2) sheet.Cells(i + 1, 2) = textOf(i);  // repeats share entries
+    const ProbedWorkbook probed = saveAndProbe(book, "sst.xls");
+
+    EXPECT_GT(probed.continueRecords, 0);
+    // 6000 strings in at most 128 buckets of at least 8 strings each.
+    const int perBucket = std::max(8, (unique + 127) / 128);
+    EXPECT_EQ(probed.extSstBuckets, (unique + perBucket - 1) / perBucket);
+    const auto& cells = probed.sheets[0].cells;
+    EXPECT_EQ(cells.size(), size_t(unique + unique / 2));
+    for (int i = 0; i < unique; ++i) {
+        expectText(probed.sheets[0], i + 1, 1, textOf(i));
+        if (i % 2 == 0) expectText(probed.sheets[0], i + 1, 2, textOf(i));
+    }
+}
+
+TEST_F(SavedWorkbook, ManyCellsAcrossRowBlocksAndTheSheetCorners) {
+    Workbook book = excel_.Workbooks().Add();
+    Worksheet sheet = book.Worksheets().Item(2);
+    for (int row = 1; row <= 300; ++row)
+        for (int col = 1; col <= 40; ++col) {
+            if ((row + col) % 2) sheet.Cells(row, col) = row * 1000.0 + col;
+            else sheet.Cells(row, col) = "r" + std::to_string(row) + "c" + std::to_string(col);
+        }
+    // Lone rows in otherwise empty blocks, and the last row and column.
+    for (int row : {1000, 1024, 1025, 40000, 65536}) sheet.Cells(row, 256) = "edge " + std::to_string(row);
+    sheet.Cells(65536, 1) = -1.5;
+    const ProbedWorkbook probed = saveAndProbe(book, "many.xls");
+
+    ASSERT_EQ(probed.sheets.size(), 3u);
+    EXPECT_TRUE(probed.sheets[0].cells.empty());
+    const auto& cells = probed.sheets[1].cells;
+    EXPECT_EQ(cells.size(), 300u * 40u + 6u);
+    for (int row = 1; row <= 300; ++row)
+        for (int col = 1; col <= 40; ++col) {
+            const auto it = cells.find({row - 1, col - 1});
+            ASSERT_NE(it, cells.end());
+            if ((row + col) % 2) {
+                ASSERT_EQ(it->second.type, "number");
+                ASSERT_EQ(it->second.number, row * 1000.0 + col);
+            } else {
+                ASSERT_EQ(it->second.text, "r" + std::to_string(row) + "c" + std::to_string(col));
+            }
+        }
+    for (int row : {1000, 1024, 1025, 40000, 65536})
+        expectText(probed.sheets[1], row, 256, "edge " + std::to_string(row));
+    EXPECT_EQ(cells.at({65535, 0}).number, -1.5);
+}
+
+TEST_F(SavedWorkbook, NumbersKeepTheirExactValue) {
+    const std::vector<double> numbers = {0,     1,         -1,        3.5,      0.1,   1.0 / 3,
+                                         65535, 2147483647, 9007199254740993.0, 1e300, -1e-300,
+                                         123456789.125};
+    Workbook book = excel_.Workbooks().Add();
+    Worksheet sheet = book.Worksheets().Item(1);
+    for (size_t i = 0; i < numbers.size(); ++i) sheet.Cells(static_cast<int>(i) + 1, 3) = numbers[i];
+    const ProbedWorkbook probed = saveAndProbe(book, "numbers.xls");
+    for (size_t i = 0; i < numbers.size(); ++i) {
+        const auto& cell = probed.sheets[0].cells.at({static_cast<int>(i), 2});
+        EXPECT_EQ(cell.type, "number");
+        EXPECT_EQ(cell.number, numbers[i]) << "row " << i + 1;
+    }
+}
+
+TEST_F(SavedWorkbook, EmptyWorkbookIsReadableAndLeavesTheMiniStream) {
+    Workbook book = excel_.Workbooks().Add();
+    const ProbedWorkbook probed = saveAndProbe(book, "empty.xls");
+    ASSERT_EQ(probed.sheets.size(), 3u);
+    EXPECT_EQ(probed.sheets[0].name, "Sheet1");
+    EXPECT_EQ(probed.sheets[2].name, "Sheet3");
+    EXPECT_GE(probed.streamSize, 4096);
+}
+
+TEST_F(SavedWorkbook, SavingOverAnExistingFileReplacesIt) {
+    {
+        std::ofstream old(path("report.xls"), std::ios::binary);
+        old << std::string(100000, 'z');
+    }
+    Workbook book = excel_.Workbooks().Add();
+    book.Worksheets().Item(1).Cells(1, 1) = "new";
+    const ProbedWorkbook probed = saveAndProbe(book, "report.xls");
+    expectText(probed.sheets[0], 1, 1, "new");
+    EXPECT_LT(fs::file_size(path("report.xls")), 100000u);
+}
+
+TEST_F(SavedWorkbook, UnwritablePathsRaiseAClearErrorAndWriteNothing) {
+    Workbook book = buildReportWorkbook(excel_);
+    const std::vector<std::string> bad = {path("no such folder/report.xls"), dir_.string(), ""};
+    for (const std::string& target : bad) {
+        try {
+            book.SaveAs(target, xlExcel9795);
+            ADD_FAILURE() << "saving to '" << target << "' did not fail";
+        } catch (const ql::RuntimeError& e) {
+            EXPECT_EQ(e.number(), automation_errors::MethodFailed);
+            if (!target.empty()) {
+                EXPECT_NE(e.description().find(target), std::string::npos) << e.description();
+            }
+        }
+    }
+    EXPECT_TRUE(fs::is_directory(dir_));
+    EXPECT_TRUE(fs::is_empty(dir_));
+    // The workbook is still open and can be saved elsewhere afterwards.
+    const ProbedWorkbook probed = saveAndProbe(book, "fine.xls");
+    EXPECT_EQ(probed.sheets.size(), 10u);
+}
+
+}  // namespace
