@@ -1,0 +1,644 @@
+// VB6 text conversions written out by hand: no Linux library reproduces the
+// OLE Automation rules (15/7 significant digits, the general date form,
+// Format's placeholders), and the program's texts depend on them exactly.
+#include "platform/dao/VbText.h"
+
+#include <QString>
+
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+#include "platform/RuntimeError.h"
+
+namespace ql::dao::vb {
+
+namespace {
+
+constexpr int InvalidUseOfNull = 94;
+constexpr double SecondsPerDay = 86400.0;
+// 1899-12-30, the day VB counts dates from, as days after 1970-01-01.
+constexpr long long DateZeroFromUnixEpoch = -25569;
+
+constexpr std::array<const char*, 12> MonthNames = {"January", "February", "March",     "April",   "May",      "June",
+                                                    "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<const char*, 7> DayNames = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                                 "Thursday", "Friday", "Saturday"};
+
+std::string printed(const char* format, double value) {
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, format, value);
+    return buffer;
+}
+
+std::string realText(double value, int significantDigits) {
+    if (std::isnan(value)) return "-1.#IND";
+    if (std::isinf(value)) return value > 0 ? "1.#INF" : "-1.#INF";
+    if (value == 0) return "0";  // also for -0
+    // %G switches to the exponent form below 1E-04 and from 10^digits on,
+    // with at least two exponent digits, as VB does.
+    return printed(significantDigits == 7 ? "%.7G" : "%.15G", value);
+}
+
+// ---- dates -------------------------------------------------------------
+
+struct DateParts {
+    int year = 1899, month = 12, day = 30;
+    int hour = 0, minute = 0, second = 0;
+    int weekday = 0;  // 0 Sunday
+    int dayOfYear = 1;
+    bool hasDate = false;  // the whole-day part is not 0
+    bool hasTime = false;  // the time of day is not midnight
+};
+
+// Days since 1970-01-01 to a civil date (proleptic Gregorian).
+void civilFromDays(long long z, int& year, int& month, int& day) {
+    z += 719468;
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const long long doe = z - era * 146097;
+    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const long long mp = (5 * doy + 2) / 153;
+    day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    year = static_cast<int>(yoe + era * 400 + (month <= 2 ? 1 : 0));
+}
+
+bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+DateParts dateParts(double days) {
+    DateParts parts;
+    if (!std::isfinite(days)) return parts;
+    double whole = std::trunc(days);
+    long long seconds = std::llround(std::fabs(days - whole) * SecondsPerDay);
+    if (seconds >= static_cast<long long>(SecondsPerDay)) {  // rounded up to the next midnight
+        seconds = 0;
+        whole += 1;
+    }
+    const long long day = static_cast<long long>(whole);
+    civilFromDays(day + DateZeroFromUnixEpoch, parts.year, parts.month, parts.day);
+    parts.hour = static_cast<int>(seconds / 3600);
+    parts.minute = static_cast<int>(seconds / 60 % 60);
+    parts.second = static_cast<int>(seconds % 60);
+    // 1899-12-30 was a Saturday.
+    parts.weekday = static_cast<int>(((day + 6) % 7 + 7) % 7);
+    static constexpr std::array<int, 12> before = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    parts.dayOfYear = before[static_cast<size_t>(parts.month - 1)] + parts.day + (parts.month > 2 && isLeap(parts.year));
+    parts.hasDate = day != 0;
+    parts.hasTime = seconds != 0;
+    return parts;
+}
+
+std::string twoDigits(int value) {
+    std::string text = std::to_string(value);
+    return text.size() < 2 ? "0" + text : text;
+}
+
+int twelveHour(int hour) { return hour % 12 == 0 ? 12 : hour % 12; }
+
+std::string shortDate(const DateParts& p) {
+    return std::to_string(p.month) + "/" + std::to_string(p.day) + "/" + std::to_string(p.year);
+}
+
+std::string longTime(const DateParts& p) {
+    return std::to_string(twelveHour(p.hour)) + ":" + twoDigits(p.minute) + ":" + twoDigits(p.second) +
+           (p.hour < 12 ? " AM" : " PM");
+}
+
+std::string generalDate(const DateParts& p) {
+    if (!p.hasDate) return longTime(p);
+    if (!p.hasTime) return shortDate(p);
+    return shortDate(p) + " " + longTime(p);
+}
+
+bool startsWithNoCase(const std::string& text, size_t at, const char* prefix) {
+    for (size_t i = 0; prefix[i]; ++i) {
+        if (at + i >= text.size()) return false;
+        if (std::tolower(static_cast<unsigned char>(text[at + i])) != std::tolower(static_cast<unsigned char>(prefix[i])))
+            return false;
+    }
+    return true;
+}
+
+size_t runLength(const std::string& text, size_t at) {
+    const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(text[at])));
+    size_t n = 0;
+    while (at + n < text.size() && std::tolower(static_cast<unsigned char>(text[at + n])) == c) ++n;
+    return n;
+}
+
+bool usesTwelveHourClock(const std::string& pattern) {
+    for (size_t i = 0; i < pattern.size(); ++i)
+        if (startsWithNoCase(pattern, i, "AM/PM") || startsWithNoCase(pattern, i, "A/P") ||
+            startsWithNoCase(pattern, i, "AMPM"))
+            return true;
+    return false;
+}
+
+std::string formatDate(double days, const std::string& pattern) {
+    const DateParts p = dateParts(days);
+    const bool twelve = usesTwelveHourClock(pattern);
+    std::string out;
+    bool afterHour = false;  // an "m" right after an hour is a minute
+    for (size_t i = 0; i < pattern.size();) {
+        const char c = pattern[i];
+        const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (c == '"') {
+            const size_t end = pattern.find('"', i + 1);
+            out += pattern.substr(i + 1, end == std::string::npos ? std::string::npos : end - i - 1);
+            i = end == std::string::npos ? pattern.size() : end + 1;
+            continue;
+        }
+        if (c == '\\' && i + 1 < pattern.size()) {
+            out += pattern[i + 1];
+            i += 2;
+            continue;
+        }
+        if (startsWithNoCase(pattern, i, "AM/PM")) {
+            const bool upper = c == 'A';
+            out += p.hour < 12 ? (upper ? "AM" : "am") : (upper ? "PM" : "pm");
+            i += 5;
+            continue;
+        }
+        if (startsWithNoCase(pattern, i, "A/P")) {
+            const bool upper = c == 'A';
+            out += p.hour < 12 ? (upper ? "A" : "a") : (upper ? "P" : "p");
+            i += 3;
+            continue;
+        }
+        if (startsWithNoCase(pattern, i, "AMPM")) {
+            out += p.hour < 12 ? "AM" : "PM";
+            i += 4;
+            continue;
+        }
+        const size_t n = runLength(pattern, i);
+        switch (lower) {
+        case 'd':
+            if (n == 1) out += std::to_string(p.day);
+            else if (n == 2) out += twoDigits(p.day);
+            else if (n == 3) out += std::string(DayNames[static_cast<size_t>(p.weekday)]).substr(0, 3);
+            else if (n == 4) out += DayNames[static_cast<size_t>(p.weekday)];
+            else if (n == 5) out += shortDate(p);
+            else out += formatDate(days, "dddd, mmmm d, yyyy");
+            afterHour = false;
+            break;
+        case 'm':
+            if (afterHour && n <= 2) {
+                out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
+            } else if (n == 1) {
+                out += std::to_string(p.month);
+            } else if (n == 2) {
+                out += twoDigits(p.month);
+            } else if (n == 3) {
+                out += std::string(MonthNames[static_cast<size_t>(p.month - 1)]).substr(0, 3);
+            } else {
+                out += MonthNames[static_cast<size_t>(p.month - 1)];
+            }
+            afterHour = false;
+            break;
+        case 'y':
+            if (n >= 3) out += std::to_string(p.year);
+            else if (n == 2) out += twoDigits(p.year % 100);
+            else out += std::to_string(p.dayOfYear);
+            afterHour = false;
+            break;
+        case 'h': {
+            const int hour = twelve ? twelveHour(p.hour) : p.hour;
+            out += n == 1 ? std::to_string(hour) : twoDigits(hour);
+            afterHour = true;
+            break;
+        }
+        case 'n':
+            out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
+            afterHour = false;
+            break;
+        case 's':
+            out += n == 1 ? std::to_string(p.second) : twoDigits(p.second);
+            afterHour = false;
+            break;
+        case 'q': out += std::to_string((p.month - 1) / 3 + 1); break;
+        case 'w': out += std::to_string(p.weekday + 1); break;
+        case 't':
+            if (n == 5) {
+                out += longTime(p);
+                break;
+            }
+            [[fallthrough]];
+        default:
+            out += std::string(n, c);
+            break;
+        }
+        i += n;
+    }
+    return out;
+}
+
+bool isDatePattern(const std::string& pattern) {
+    bool quoted = false;
+    for (size_t i = 0; i < pattern.size(); ++i) {
+        const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(pattern[i])));
+        if (pattern[i] == '"') quoted = !quoted;
+        if (quoted) continue;
+        if (pattern[i] == '\\') {
+            ++i;
+            continue;
+        }
+        if (c == 'd' || c == 'm' || c == 'y' || c == 'h' || c == 'n' || c == 's' || c == 'q' || c == 'w' ||
+            startsWithNoCase(pattern, i, "AM/PM") || startsWithNoCase(pattern, i, "A/P"))
+            return true;
+    }
+    return false;
+}
+
+// ---- numbers -----------------------------------------------------------
+
+// The decimal digits of |value| (at most 15 significant, as VB works with
+// them) and the position of the decimal point within them.
+struct Digits {
+    std::string digits;  // no leading zeros; "" for zero
+    int pointAt = 0;     // digits before the point (may be <= 0 or > size)
+};
+
+Digits decimalDigits(double value) {
+    Digits d;
+    if (value == 0 || !std::isfinite(value)) return d;
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%.14e", std::fabs(value));
+    const std::string text = buffer;  // "d.dddddddddddddde±XX"
+    const size_t e = text.find('e');
+    d.digits = text.substr(0, 1) + text.substr(2, e - 2);
+    d.pointAt = std::stoi(text.substr(e + 1)) + 1;
+    while (!d.digits.empty() && d.digits.back() == '0') d.digits.pop_back();
+    return d;
+}
+
+// Rounds to `decimals` places, half away from zero, on the decimal digits.
+Digits roundDigits(Digits d, int decimals) {
+    const int keep = d.pointAt + decimals;
+    if (keep >= static_cast<int>(d.digits.size())) return d;
+    if (keep < 0) return {};
+    const bool up = d.digits[static_cast<size_t>(keep)] >= '5';
+    d.digits.resize(static_cast<size_t>(keep));
+    if (up) {
+        int i = keep - 1;
+        for (; i >= 0 && d.digits[static_cast<size_t>(i)] == '9'; --i) d.digits[static_cast<size_t>(i)] = '0';
+        if (i >= 0) {
+            ++d.digits[static_cast<size_t>(i)];
+        } else {
+            d.digits.insert(d.digits.begin(), '1');
+            ++d.pointAt;
+        }
+    }
+    while (!d.digits.empty() && d.digits.back() == '0') d.digits.pop_back();
+    if (d.digits.empty()) d.pointAt = 0;
+    return d;
+}
+
+struct NumberPattern {
+    std::string prefix, suffix;
+    int integerZeros = 0;       // "0" places before the point
+    bool thousands = false;
+    bool hasPoint = false;
+    int fractionZeros = 0;      // "0" places after the point
+    int fractionPlaces = 0;     // "0" and "#" places after the point
+    bool percent = false;
+};
+
+NumberPattern parseNumberPattern(const std::string& pattern) {
+    NumberPattern p;
+    bool inNumber = false, done = false;
+    for (size_t i = 0; i < pattern.size(); ++i) {
+        const char c = pattern[i];
+        std::string literal;
+        if (c == '"') {
+            const size_t end = pattern.find('"', i + 1);
+            literal = pattern.substr(i + 1, end == std::string::npos ? std::string::npos : end - i - 1);
+            i = end == std::string::npos ? pattern.size() : end;
+        } else if (c == '\\' && i + 1 < pattern.size()) {
+            literal = pattern.substr(++i, 1);
+        } else if (!done && (c == '0' || c == '#')) {
+            inNumber = true;
+            if (p.hasPoint) {
+                ++p.fractionPlaces;
+                if (c == '0') p.fractionZeros = p.fractionPlaces;
+            } else if (c == '0') {
+                ++p.integerZeros;
+            }
+            continue;
+        } else if (!done && c == '.' && !p.hasPoint) {
+            inNumber = true;
+            p.hasPoint = true;
+            continue;
+        } else if (!done && c == ',' && inNumber && !p.hasPoint) {
+            p.thousands = true;
+            continue;
+        } else {
+            if (c == '%') p.percent = true;
+            literal = std::string(1, c);
+        }
+        if (inNumber) done = true;
+        (done ? p.suffix : p.prefix) += literal;
+    }
+    return p;
+}
+
+std::string groupThousands(const std::string& digits) {
+    std::string out;
+    for (size_t i = 0; i < digits.size(); ++i) {
+        if (i && (digits.size() - i) % 3 == 0) out += ',';
+        out += digits[i];
+    }
+    return out;
+}
+
+std::string formatNumber(double value, const std::string& pattern) {
+    const NumberPattern p = parseNumberPattern(pattern);
+    if (p.percent) value *= 100;
+    const Digits d = roundDigits(decimalDigits(value), p.fractionPlaces);
+
+    std::string integer, fraction;
+    for (int i = 0; i < d.pointAt; ++i)
+        integer += i < static_cast<int>(d.digits.size()) ? d.digits[static_cast<size_t>(i)] : '0';
+    if (d.pointAt < 0) fraction = std::string(static_cast<size_t>(-d.pointAt), '0') + d.digits;
+    else if (d.pointAt < static_cast<int>(d.digits.size())) fraction = d.digits.substr(static_cast<size_t>(d.pointAt));
+    while (static_cast<int>(integer.size()) < p.integerZeros) integer.insert(integer.begin(), '0');
+    while (static_cast<int>(fraction.size()) < p.fractionZeros) fraction += '0';
+    if (p.thousands) integer = groupThousands(integer);
+
+    // VB keeps the sign of a negative number even when it rounds to zero.
+    std::string out = value < 0 ? "-" : "";
+    out += p.prefix + integer;
+    if (p.hasPoint) out += "." + fraction;
+    return out + p.suffix;
+}
+
+std::optional<double> parseNumber(const std::string& text);
+
+std::optional<double> numberOf(const Variant& value) {
+    return std::visit(
+        [](const auto& v) -> std::optional<double> {
+            using T = std::decay_t<decltype(v)>;
+            if constexpr (std::is_same_v<T, bool>) return v ? -1.0 : 0.0;
+            else if constexpr (std::is_same_v<T, std::uint8_t> || std::is_same_v<T, std::int16_t> ||
+                               std::is_same_v<T, std::int32_t> || std::is_same_v<T, float> ||
+                               std::is_same_v<T, double>)
+                return static_cast<double>(v);
+            else if constexpr (std::is_same_v<T, Currency>) return static_cast<double>(v.tenThousandths) / 10000.0;
+            else if constexpr (std::is_same_v<T, Date>) return v.days;
+            else if constexpr (std::is_same_v<T, std::string>) return parseNumber(v);
+            else return std::nullopt;
+        },
+        value);
+}
+
+// ---- reading numbers ---------------------------------------------------
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
+
+// The OLE number grammar IsNumeric accepts. Gives the value when it reads.
+std::optional<double> parseNumber(const std::string& raw) {
+    size_t begin = 0, end = raw.size();
+    while (begin < end && isBlank(raw[begin])) ++begin;
+    while (end > begin && isBlank(raw[end - 1])) --end;
+    const std::string text = raw.substr(begin, end - begin);
+    if (text.empty()) return std::nullopt;
+
+    if (text.size() > 2 && text[0] == '&' && (text[1] == 'H' || text[1] == 'h' || text[1] == 'O' || text[1] == 'o')) {
+        const bool hex = text[1] == 'H' || text[1] == 'h';
+        double value = 0;
+        for (size_t i = 2; i < text.size(); ++i) {
+            const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
+            int digit;
+            if (c >= '0' && c <= '9') digit = c - '0';
+            else if (hex && c >= 'a' && c <= 'f') digit = c - 'a' + 10;
+            else return std::nullopt;
+            if (!hex && digit > 7) return std::nullopt;
+            value = value * (hex ? 16 : 8) + digit;
+        }
+        return value;
+    }
+
+    size_t i = 0;
+    bool negative = false, signSeen = false, parens = false, currencySeen = false;
+    auto takeCurrency = [&] {
+        if (i < text.size() && text[i] == '$' && !currencySeen) {
+            currencySeen = true;
+            ++i;
+        }
+    };
+    if (text[i] == '(') {
+        parens = true;
+        negative = true;
+        ++i;
+    }
+    takeCurrency();
+    if (!parens && i < text.size() && (text[i] == '+' || text[i] == '-')) {
+        signSeen = true;
+        negative = text[i] == '-';
+        ++i;
+    }
+    takeCurrency();
+
+    std::string mantissa;
+    bool digitSeen = false, pointSeen = false;
+    for (; i < text.size(); ++i) {
+        const char c = text[i];
+        if (std::isdigit(static_cast<unsigned char>(c))) {
+            mantissa += c;
+            digitSeen = true;
+        } else if (c == ',' && digitSeen && !pointSeen) {
+            continue;
+        } else if (c == '.' && !pointSeen) {
+            mantissa += c;
+            pointSeen = true;
+        } else {
+            break;
+        }
+    }
+    if (!digitSeen) return std::nullopt;
+    int exponent = 0;
+    if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+        size_t j = i + 1;
+        bool expNegative = false;
+        if (j < text.size() && (text[j] == '+' || text[j] == '-')) expNegative = text[j++] == '-';
+        const size_t digitsStart = j;
+        while (j < text.size() && std::isdigit(static_cast<unsigned char>(text[j])) && j - digitsStart < 6)
+            exponent = exponent * 10 + (text[j++] - '0');
+        if (j == digitsStart || (j < text.size() && std::isdigit(static_cast<unsigned char>(text[j]))))
+            return std::nullopt;
+        if (expNegative) exponent = -exponent;
+        i = j;
+    }
+    takeCurrency();
+    if (!parens && !signSeen && i < text.size() && (text[i] == '+' || text[i] == '-')) {
+        negative = text[i] == '-';
+        ++i;
+    }
+    takeCurrency();
+    if (parens) {
+        if (i >= text.size() || text[i] != ')') return std::nullopt;
+        ++i;
+    }
+    if (i != text.size()) return std::nullopt;
+    const double value = std::strtod((mantissa + "e" + std::to_string(exponent)).c_str(), nullptr);
+    return negative ? -value : value;
+}
+
+}  // namespace
+
+// ---- public ------------------------------------------------------------
+
+std::string booleanText(bool value) { return value ? "True" : "False"; }
+
+std::string doubleText(double value) { return realText(value, 15); }
+
+std::string singleText(float value) { return realText(static_cast<double>(value), 7); }
+
+std::string currencyText(std::int64_t tenThousandths) {
+    const bool negative = tenThousandths < 0;
+    const std::uint64_t magnitude =
+        negative ? ~static_cast<std::uint64_t>(tenThousandths) + 1 : static_cast<std::uint64_t>(tenThousandths);
+    std::string text = std::to_string(magnitude / 10000);
+    std::string fraction = std::to_string(magnitude % 10000);
+    fraction.insert(fraction.begin(), 4 - fraction.size(), '0');
+    while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
+    if (!fraction.empty()) text += "." + fraction;
+    return negative ? "-" + text : text;
+}
+
+std::string dateText(double days) { return generalDate(dateParts(days)); }
+
+std::string timeText(double days) { return longTime(dateParts(days)); }
+
+std::string shortDateText(double days) { return shortDate(dateParts(days)); }
+
+std::string CStr(const Variant& value) {
+    return std::visit(
+        [](const auto& v) -> std::string {
+            using T = std::decay_t<decltype(v)>;
+            if constexpr (std::is_same_v<T, Empty>) return {};
+            else if constexpr (std::is_same_v<T, Null>) throw RuntimeError(InvalidUseOfNull, "Invalid use of Null");
+            else if constexpr (std::is_same_v<T, bool>) return booleanText(v);
+            else if constexpr (std::is_same_v<T, std::uint8_t> || std::is_same_v<T, std::int16_t> ||
+                               std::is_same_v<T, std::int32_t>)
+                return std::to_string(v);
+            else if constexpr (std::is_same_v<T, Currency>) return currencyText(v.tenThousandths);
+            else if constexpr (std::is_same_v<T, float>) return singleText(v);
+            else if constexpr (std::is_same_v<T, double>) return doubleText(v);
+            else if constexpr (std::is_same_v<T, Date>) return dateText(v.days);
+            else if constexpr (std::is_same_v<T, std::string>) return v;
+            else {
+                // A byte array becomes the string whose UTF-16 units are its bytes.
+                QString text;
+                for (size_t i = 0; i < v.size(); i += 2) {
+                    const char16_t unit = static_cast<char16_t>(v[i] | (i + 1 < v.size() ? v[i + 1] << 8 : 0));
+                    text += QChar(unit);
+                }
+                return text.toStdString();
+            }
+        },
+        value);
+}
+
+std::string Str(double value) {
+    std::string text = doubleText(value);
+    if (text.rfind("0.", 0) == 0) text.erase(0, 1);
+    else if (text.rfind("-0.", 0) == 0) text.erase(1, 1);
+    return value >= 0 || std::isnan(value) ? " " + text : text;
+}
+
+double Val(const std::string& raw) {
+    std::string text;
+    for (const char c : raw)
+        if (c != ' ' && c != '\t' && c != '\n' && c != '\r') text += c;
+    if (text.size() >= 2 && text[0] == '&' && (text[1] == 'H' || text[1] == 'h' || text[1] == 'O' || text[1] == 'o')) {
+        const bool hex = text[1] == 'H' || text[1] == 'h';
+        std::uint64_t value = 0;
+        size_t count = 0;
+        for (size_t i = 2; i < text.size() && count < 16; ++i, ++count) {
+            const int c = std::tolower(static_cast<unsigned char>(text[i]));
+            int digit;
+            if (c >= '0' && c <= '7') digit = c - '0';
+            else if (hex && std::isxdigit(c)) digit = std::isdigit(c) ? c - '0' : c - 'a' + 10;
+            else break;
+            value = value * (hex ? 16 : 8) + static_cast<std::uint64_t>(digit);
+        }
+        // Up to four hex digits read as an Integer, more as a Long: &HFFFF is -1.
+        if (value <= 0xFFFF && (!hex || count <= 4)) return static_cast<std::int16_t>(value);
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+    }
+    size_t i = 0;
+    std::string number;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) number += text[i++];
+    bool point = false;
+    for (; i < text.size(); ++i) {
+        if (std::isdigit(static_cast<unsigned char>(text[i]))) number += text[i];
+        else if (text[i] == '.' && !point) {
+            number += '.';
+            point = true;
+        } else break;
+    }
+    if (i < text.size() && std::strchr("eEdD", text[i])) {
+        std::string exponent = "e";
+        size_t j = i + 1;
+        if (j < text.size() && (text[j] == '+' || text[j] == '-')) exponent += text[j++];
+        const size_t start = j;
+        while (j < text.size() && std::isdigit(static_cast<unsigned char>(text[j]))) exponent += text[j++];
+        if (j > start) number += exponent;
+    }
+    const double value = std::strtod(number.c_str(), nullptr);
+    return std::isfinite(value) ? value : 0;
+}
+
+bool IsNumeric(const std::string& text) { return parseNumber(text).has_value(); }
+
+bool IsNumeric(const Variant& value) {
+    if (std::holds_alternative<Empty>(value)) return true;
+    if (std::holds_alternative<Null>(value) || std::holds_alternative<Date>(value) ||
+        std::holds_alternative<ByteArray>(value))
+        return false;
+    return numberOf(value).has_value();
+}
+
+std::string Format(const Variant& value, const std::string& pattern) {
+    if (std::holds_alternative<Empty>(value) || std::holds_alternative<Null>(value)) return {};
+    const QString named = QString::fromStdString(pattern).toLower();
+    if (named == "general date") {
+        const auto number = numberOf(value);
+        return number ? dateText(*number) : CStr(value);
+    }
+    if (named == "long date") return Format(value, "dddd, mmmm d, yyyy");
+    if (named == "medium date") return Format(value, "dd-mmm-yy");
+    if (named == "short date") return Format(value, "m/d/yyyy");
+    if (named == "long time") return Format(value, "h:nn:ss AM/PM");
+    if (named == "medium time") return Format(value, "hh:nn AM/PM");
+    if (named == "short time") return Format(value, "hh:nn");
+    if (named == "fixed") return Format(value, "0.00");
+    if (named == "standard") return Format(value, "#,##0.00");
+    if (named == "percent") return Format(value, "0.00%");
+
+    const auto* text = std::get_if<std::string>(&value);
+    const auto number = numberOf(value);
+    if (text && !number) return *text;  // not a number: returned as it is
+    if (!number) return CStr(value);
+
+    if (pattern.empty() || named == "general number") {
+        if (std::holds_alternative<Date>(value)) return dateText(*number);
+        if (std::holds_alternative<bool>(value)) return CStr(value);
+        return doubleText(*number);
+    }
+    if (isDatePattern(pattern)) return formatDate(*number, pattern);
+    return formatNumber(*number, pattern);
+}
+
+std::string fixedWidth(const std::string& text, int width) {
+    if (width <= 0) return {};
+    QString units = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    units = units.leftJustified(width, QChar(' '), true);
+    return units.toStdString();
+}
+
+}  // namespace ql::dao::vb

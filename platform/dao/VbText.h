@@ -1,0 +1,52 @@
+#pragma once
+// VB6's conversions between values and text, in the English (United States)
+// conventions: what CStr, Str, Val, IsNumeric and Format give for the values
+// the program shows or writes.
+#include <cstdint>
+#include <string>
+
+#include "platform/dao/Variant.h"
+
+namespace ql::dao::vb {
+
+// CStr. Empty gives ""; Null raises run-time error 94 "Invalid use of Null"
+// (a ql::RuntimeError). A byte array is read as UTF-16 text, as VB does.
+std::string CStr(const Variant& value);
+
+std::string booleanText(bool value);              // "True", "False"
+std::string doubleText(double value);             // up to 15 significant digits, "1E+16", "1.5E-05"
+std::string singleText(float value);              // up to 7 significant digits
+std::string currencyText(std::int64_t tenThousandths);  // "12.75", "-3", "0.0001"
+// The general date form: "3/7/2001 2:05:09 PM"; the date alone at midnight,
+// the time alone on day 0 ("12:00:00 AM" for 0).
+std::string dateText(double days);
+std::string timeText(double days);                // the long time of day: "2:05:09 PM"
+std::string shortDateText(double days);           // "3/7/2001"
+
+// Str: a leading blank for numbers >= 0, no zero before the point (" .5").
+std::string Str(double value);
+
+// Val: the number at the start of the text, blanks, tabs and line feeds
+// skipped anywhere; "&H"/"&O" prefixes; 0 when there is none.
+double Val(const std::string& text);
+
+// IsNumeric: the whole text reads as a number in the OLE way (blanks around,
+// one sign before or after or parentheses, "$" before or after, thousands
+// separators after the first digit, one decimal point, an exponent, "&H"/"&O").
+bool IsNumeric(const std::string& text);
+bool IsNumeric(const Variant& value);  // Empty: true; Null, Date, byte array: false
+
+// Format with a user pattern. Numbers: "0" and "#" digit places, "." and ","
+// (thousands), rounding half away from zero. Dates: d dd ddd dddd m mm mmm
+// mmmm yy yyyy h hh n nn s ss AM/PM am/pm A/P a/p; "m" right after an hour
+// means minutes. Named formats: "General Date", "Long Date", "Medium Date",
+// "Short Date", "Long Time", "Medium Time", "Short Time", "General Number".
+// A numeric text is formatted as its number; other text comes back unchanged;
+// Empty and Null give "".
+std::string Format(const Variant& value, const std::string& pattern = "");
+
+// The text padded with blanks on the right, or cut, to exactly `width`
+// characters (UTF-16 units, as VB counts them).
+std::string fixedWidth(const std::string& text, int width);
+
+}  // namespace ql::dao::vb

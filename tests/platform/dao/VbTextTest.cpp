@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+
+#include "platform/RuntimeError.h"
+#include "platform/dao/VbText.h"
+
+namespace {
+
+using namespace ql::dao;
+using namespace ql::dao::vb;
+
+// 2001-03-07 and 2024-03-05 as day numbers (days since 1899-12-30).
+constexpr double March7th2001 = 36957;
+constexpr double March5th2024 = 45356;
+double at(double day, int h, int m, int s) { return day + (h * 3600 + m * 60 + s) / 86400.0; }
+
+TEST(VbCStr, BooleansIntegersAndText) {
+    EXPECT_EQ(CStr(true), "True");
+    EXPECT_EQ(CStr(false), "False");
+    EXPECT_EQ(CStr(std::uint8_t{255}), "255");
+    EXPECT_EQ(CStr(std::int16_t{-32768}), "-32768");
+    EXPECT_EQ(CStr(std::int32_t{2147483647}), "2147483647");
+    EXPECT_EQ(CStr(std::string("as it is")), "as it is");
+    EXPECT_EQ(CStr(Empty{}), "");
+}
+
+TEST(VbCStr, NullIsError94) {
+    try {
+        CStr(Null{});
+        FAIL() << "no error";
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_EQ(e.number(), 94);
+        EXPECT_EQ(e.description(), "Invalid use of Null");
+    }
+}
+
+TEST(VbCStr, DoublesKeepFifteenDigits) {
+    EXPECT_EQ(CStr(0.5), "0.5");
+    EXPECT_EQ(CStr(-3.0), "-3");
+    EXPECT_EQ(CStr(-0.0), "0");
+    EXPECT_EQ(CStr(0.1 + 0.2), "0.3");
+    EXPECT_EQ(CStr(1.0 / 3), "0.333333333333333");
+    EXPECT_EQ(CStr(123456789012345.0), "123456789012345");
+    EXPECT_EQ(CStr(1234567890123456.0), "1.23456789012346E+15");
+    EXPECT_EQ(CStr(1e16), "1E+16");
+    EXPECT_EQ(CStr(1e100), "1E+100");
+    EXPECT_EQ(CStr(0.0001), "0.0001");
+    EXPECT_EQ(CStr(0.000015), "1.5E-05");
+}
+
+TEST(VbCStr, SinglesKeepSevenDigits) {
+    EXPECT_EQ(CStr(0.1f), "0.1");
+    EXPECT_EQ(CStr(1.1f), "1.1");
+    EXPECT_EQ(CStr(1234567.0f), "1234567");
+    EXPECT_EQ(CStr(16777216.0f), "1.677722E+07");
+}
+
+TEST(VbCStr, CurrencyWithoutTrailingZeros) {
+    EXPECT_EQ(CStr(Currency{127500}), "12.75");
+    EXPECT_EQ(CStr(Currency{-30000}), "-3");
+    EXPECT_EQ(CStr(Currency{1}), "0.0001");
+    EXPECT_EQ(CStr(Currency{std::numeric_limits<std::int64_t>::min()}), "-922337203685477.5808");
+}
+
+TEST(VbCStr, GeneralDateForm) {
+    EXPECT_EQ(CStr(Date{0}), "12:00:00 AM");
+    EXPECT_EQ(CStr(Date{36526}), "1/1/2000");
+    EXPECT_EQ(CStr(Date{36526.5}), "1/1/2000 12:00:00 PM");
+    EXPECT_EQ(CStr(Date{at(March7th2001, 14, 5, 9)}), "3/7/2001 2:05:09 PM");
+    EXPECT_EQ(CStr(Date{0.75}), "6:00:00 PM");
+    // Before day 0 the fraction still counts forward from midnight.
+    EXPECT_EQ(CStr(Date{-1}), "12/29/1899");
+    EXPECT_EQ(CStr(Date{-1.5}), "12/29/1899 12:00:00 PM");
+    // Day 60 is 28 February 1900: no phantom leap day.
+    EXPECT_EQ(CStr(Date{60}), "2/28/1900");
+    EXPECT_EQ(CStr(Date{2958465}), "12/31/9999");
+    // Rounded to the second, into the next day when it must.
+    EXPECT_EQ(CStr(Date{1.9999999}), "1/1/1900");
+    EXPECT_EQ(timeText(at(March7th2001, 0, 0, 1)), "12:00:01 AM");
+    EXPECT_EQ(shortDateText(at(March7th2001, 23, 0, 0)), "3/7/2001");
+}
+
+TEST(VbCStr, ByteArraysReadAsUtf16) {
+    EXPECT_EQ(CStr(ByteArray{0x41, 0x00, 0x1F, 0x04}), "A\xD0\x9F");  // "AП"
+    EXPECT_EQ(CStr(ByteArray{0x41}), "A");
+    EXPECT_EQ(CStr(ByteArray{}), "");
+}
+
+TEST(VbStr, LeadingBlankAndNoLeadingZero) {
+    EXPECT_EQ(Str(0.5), " .5");
+    EXPECT_EQ(Str(-0.5), "-.5");
+    EXPECT_EQ(Str(42), " 42");
+    EXPECT_EQ(Str(-3), "-3");
+    EXPECT_EQ(Str(0), " 0");
+    EXPECT_EQ(Str(1e16), " 1E+16");
+}
+
+TEST(VbVal, NumberAtTheStartOfTheText) {
+    EXPECT_EQ(Val("  12 34abc"), 1234);
+    EXPECT_EQ(Val("1,000"), 1);
+    EXPECT_EQ(Val("-1.5e2x"), -150);
+    EXPECT_EQ(Val("1d2"), 100);
+    EXPECT_EQ(Val(".5"), 0.5);
+    EXPECT_EQ(Val("abc"), 0);
+    EXPECT_EQ(Val(""), 0);
+    EXPECT_EQ(Val("1e"), 1);
+    EXPECT_EQ(Val("&HFF"), 255);
+    EXPECT_EQ(Val("&HFFFF"), -1);
+    EXPECT_EQ(Val("&H10000"), 65536);
+    EXPECT_EQ(Val("&O17"), 15);
+    EXPECT_EQ(Val("1e999"), 0);  // out of range gives no infinity
+}
+
+TEST(VbIsNumeric, TheOleNumberGrammar) {
+    for (const char* yes : {"1", " 12 ", "+1", "-1", "1-", "1+", "(5)", "$5", "5$", "-$5", "1,2,3", "1,", ".5", "5.",
+                            "1e5", "1E-5", "1.5e+3", "&HFF", "&o17", "1,000.25"})
+        EXPECT_TRUE(IsNumeric(std::string(yes))) << yes;
+    for (const char* no : {"", "  ", "-", "$", "()", ".", ",1", "1 2", "1e", "1e+", "&H", "&HG", "&O8", "abc", "1..2",
+                           "--1", "-1-", "(5", "5)", "1.2.3", "(-5)", "$$5"})
+        EXPECT_FALSE(IsNumeric(std::string(no))) << no;
+    EXPECT_TRUE(IsNumeric(Variant{Empty{}}));
+    EXPECT_FALSE(IsNumeric(Variant{Null{}}));
+    EXPECT_FALSE(IsNumeric(Variant{Date{1}}));
+    EXPECT_TRUE(IsNumeric(Variant{true}));
+    EXPECT_TRUE(IsNumeric(Variant{Currency{5}}));
+    EXPECT_TRUE(IsNumeric(Variant{std::string("12")}));
+}
+
+TEST(VbFormat, ZeroPaddedWholeNumbers) {
+    EXPECT_EQ(Format(3265.0, "000000"), "003265");
+    EXPECT_EQ(Format(std::int32_t{-42}, "000000"), "-000042");
+    EXPECT_EQ(Format(1234567.0, "000000"), "1234567");
+    // Half away from zero, unlike CInt.
+    EXPECT_EQ(Format(2.5, "0"), "3");
+    EXPECT_EQ(Format(-2.5, "0"), "-3");
+    EXPECT_EQ(Format(0.4, "0"), "0");
+    EXPECT_EQ(Format(true, "0"), "-1");
+    // Numeric text is converted first; other text is returned unchanged.
+    EXPECT_EQ(Format(std::string("12"), "000000"), "000012");
+    EXPECT_EQ(Format(std::string("n/a"), "000000"), "n/a");
+    EXPECT_EQ(Format(Null{}, "0"), "");
+    EXPECT_EQ(Format(Empty{}, "0"), "");
+}
+
+TEST(VbFormat, DecimalsSeparatorsAndPercent) {
+    EXPECT_EQ(Format(1234.5, "#,##0.00"), "1,234.50");
+    EXPECT_EQ(Format(1234567.891, "#,##0"), "1,234,568");
+    EXPECT_EQ(Format(0.5, "#.##"), ".5");
+    EXPECT_EQ(Format(5.0, "#.##"), "5.");
+    EXPECT_EQ(Format(2.675, "0.00"), "2.68");
+    EXPECT_EQ(Format(9.999, "0.00"), "10.00");
+    EXPECT_EQ(Format(0.256, "0.0%"), "25.6%");
+    EXPECT_EQ(Format(0.000123, "0.000000"), "0.000123");
+    EXPECT_EQ(Format(7.0, "\"No. \"0"), "No. 7");
+    EXPECT_EQ(Format(0.5), "0.5");
+    EXPECT_EQ(Format(1234.5, "Standard"), "1,234.50");
+}
+
+TEST(VbFormat, DatePatterns) {
+    const Date when{at(March5th2024, 14, 5, 9)};
+    EXPECT_EQ(Format(when, "dd mmmm yyyy"), "05 March 2024");
+    EXPECT_EQ(Format(when, "d mmm yy"), "5 Mar 24");
+    EXPECT_EQ(Format(when, "dddd, mm/dd/yyyy"), "Tuesday, 03/05/2024");
+    EXPECT_EQ(Format(when, "hh:mm:ss"), "14:05:09");
+    EXPECT_EQ(Format(when, "h:nn AM/PM"), "2:05 PM");
+    EXPECT_EQ(Format(when, "h:mm am/pm"), "2:05 pm");
+    EXPECT_EQ(Format(when, "Long Time"), "2:05:09 PM");
+    EXPECT_EQ(Format(when, "Short Time"), "14:05");
+    EXPECT_EQ(Format(when, "Long Date"), "Tuesday, March 5, 2024");
+    EXPECT_EQ(Format(when, "General Date"), "3/5/2024 2:05:09 PM");
+    EXPECT_EQ(Format(when), "3/5/2024 2:05:09 PM");
+    EXPECT_EQ(Format(when, "\"Q\"q yyyy"), "Q1 2024");
+    // Numbers are read as dates by a date pattern.
+    EXPECT_EQ(Format(36526.0, "yyyy-mm-dd"), "2000-01-01");
+}
+
+TEST(VbFixedWidth, PaddedOrCutToExactWidth) {
+    EXPECT_EQ(fixedWidth("abc", 5), "abc  ");
+    EXPECT_EQ(fixedWidth("abcdef", 3), "abc");
+    EXPECT_EQ(fixedWidth("Привет", 4), "Прив");
+    EXPECT_EQ(fixedWidth("Привет", 8), "Привет  ");
+    EXPECT_EQ(fixedWidth("", 2), "  ");
+    EXPECT_EQ(fixedWidth("x", 0), "");
+}
+
+}  // namespace
