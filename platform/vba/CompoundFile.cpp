@@ -28,7 +28,13 @@ using GsfRef = std::unique_ptr<T, Unref>;
 
 void initialiseGsf() {
     static std::once_flag once;
-    std::call_once(once, [] { gsf_init(); });
+    std::call_once(once, [] {
+        gsf_init();
+        // Damage is reported through our own errors, per module; libgsf's
+        // warnings on stderr would only repeat it without the context.
+        g_log_set_handler("libgsf:msole", static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE),
+                          [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+    });
 }
 
 }  // namespace
