@@ -20,7 +20,8 @@ std::u16string toUtf16(std::string_view utf8) {
     if (utf8.empty()) return {};
     std::unique_ptr<gchar, GFreeDeleter> valid(
         g_utf8_make_valid(utf8.data(), static_cast<gssize>(utf8.size())));
-    // g_utf8_make_valid keeps embedded NULs; convert the whole length.
+    // NUL bytes come out as U+FFFD as well, so the repaired text converts as
+    // one C string.
     glong written = 0;
     std::unique_ptr<gunichar2, GFreeDeleter> units(
         g_utf8_to_utf16(valid.get(), -1, nullptr, &written, nullptr));

@@ -7,8 +7,8 @@
 
 namespace ql::workbook {
 
-// Invalid UTF-8 sequences become U+FFFD instead of failing: a path or name
-// read from a damaged database must still reach the report.
+// Invalid UTF-8 sequences and NUL bytes become U+FFFD instead of failing: a
+// path or name read from a damaged database must still reach the report.
 std::u16string toUtf16(std::string_view utf8);
 
 // Unpaired surrogates become U+FFFD.

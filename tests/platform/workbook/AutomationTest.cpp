@@ -161,16 +161,4 @@ TEST(ExcelApplication, ClosedWorkbooksAndAQuitApplicationAreDisconnected) {
     EXPECT_EQ(errorOf([&] { excel.Quit(); }), errors::ObjectDisconnected);
 }
 
-TEST(ExcelApplication, SnapshotFollowsSheetOrderAndActiveSheet) {
-    Application excel;
-    Workbook book = excel.Workbooks().Add();
-    book.Worksheets().Item(3).Activate();
-    book.Worksheets().Item(2).Cells(5, 2) = "x";
-    const WorkbookModel model = book.Snapshot();
-    ASSERT_EQ(model.sheets.size(), 3u);
-    EXPECT_EQ(model.activeSheet, 2u);
-    EXPECT_EQ(model.sheets[1].cells.size(), 1u);
-    EXPECT_EQ(std::get<std::u16string>(model.sheets[1].cells.at({4, 1})), u"x");
-}
-
 }  // namespace
