@@ -1,0 +1,148 @@
+#include "app/QtUi.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStringList>
+
+namespace ql::app {
+
+void QtUi::attach(QWidget* window, QLabel* statusPanel, QProgressBar* progress) {
+    window_ = window;
+    statusPanel_ = statusPanel;
+    progress_ = progress;
+}
+
+QString QtUi::displayText(const std::string& text) {
+    auto s = QString::fromStdString(text);
+    s.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    return s;
+}
+
+ui::Answer QtUi::messageBox(const ui::Message& message) {
+    QMessageBox box(window_);
+    box.setWindowTitle(QString::fromStdString(message.title));
+    box.setText(displayText(message.text));
+    box.setTextFormat(Qt::PlainText);
+    switch (message.icon) {
+    case ui::Icon::None: box.setIcon(QMessageBox::NoIcon); break;
+    case ui::Icon::Critical: box.setIcon(QMessageBox::Critical); break;
+    case ui::Icon::Question: box.setIcon(QMessageBox::Question); break;
+    case ui::Icon::Exclamation: box.setIcon(QMessageBox::Warning); break;
+    case ui::Icon::Information: box.setIcon(QMessageBox::Information); break;
+    }
+    std::vector<std::pair<QMessageBox::StandardButton, ui::Answer>> buttons;
+    using SB = QMessageBox::StandardButton;
+    switch (message.buttons) {
+    case ui::Buttons::OK: buttons = {{SB::Ok, ui::Answer::OK}}; break;
+    case ui::Buttons::OKCancel: buttons = {{SB::Ok, ui::Answer::OK}, {SB::Cancel, ui::Answer::Cancel}}; break;
+    case ui::Buttons::AbortRetryIgnore:
+        buttons = {{SB::Abort, ui::Answer::Abort}, {SB::Retry, ui::Answer::Retry}, {SB::Ignore, ui::Answer::Ignore}};
+        break;
+    case ui::Buttons::YesNoCancel:
+        buttons = {{SB::Yes, ui::Answer::Yes}, {SB::No, ui::Answer::No}, {SB::Cancel, ui::Answer::Cancel}};
+        break;
+    case ui::Buttons::YesNo: buttons = {{SB::Yes, ui::Answer::Yes}, {SB::No, ui::Answer::No}}; break;
+    case ui::Buttons::RetryCancel: buttons = {{SB::Retry, ui::Answer::Retry}, {SB::Cancel, ui::Answer::Cancel}}; break;
+    }
+    QMessageBox::StandardButtons set;
+    for (const auto& b : buttons) set |= b.first;
+    box.setStandardButtons(set);
+    const auto def = static_cast<std::size_t>(message.defaultButton);
+    box.setDefaultButton(buttons[def < buttons.size() ? def : 0].first);
+    // Closing the box with Escape or the title bar answers Cancel / No / OK,
+    // whichever the box has, as a classic message box does.
+    const auto clicked = static_cast<SB>(box.exec());
+    for (const auto& b : buttons)
+        if (b.first == clicked) return b.second;
+    return buttons.size() == 1 ? buttons[0].second : buttons.back().second;
+}
+
+QStringList QtUi::nameFilters(const std::string& filter) {
+    // Patterns match without case, as they do on Windows: "*.MDB" must show
+    // "x.mdb". Qt's filters are case-sensitive on Linux, so each letter
+    // becomes a bracket pair; "*.*" means every file.
+    auto caseless = [](const QString& pattern) {
+        if (pattern == QLatin1String("*.*")) return QStringLiteral("*");
+        QString out;
+        for (const QChar c : pattern) {
+            if (c.isLetter() && c.toLower() != c.toUpper())
+                out += QLatin1Char('[') + c.toLower() + c.toUpper() + QLatin1Char(']');
+            else
+                out += c;
+        }
+        return out;
+    };
+    QStringList result;
+    const auto parts = QString::fromStdString(filter).split(QLatin1Char('|'));
+    for (int i = 0; i + 1 < parts.size(); i += 2) {
+        QStringList patterns;
+        for (const auto& p : parts[i + 1].split(QLatin1Char(';'), Qt::SkipEmptyParts))
+            patterns << caseless(p.trimmed());
+        // The description keeps its own text; Qt reads the patterns from the
+        // last pair of parentheses, which the dialog then hides.
+        result << parts[i] + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) + QLatin1Char(')');
+    }
+    return result;
+}
+
+ui::FileDialogResult QtUi::runDialog(const ui::FileDialog& request, bool save) {
+    QFileDialog dialog(window_, QString::fromStdString(request.title));
+    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    dialog.setOption(QFileDialog::HideNameFilterDetails, true);
+    dialog.setOption(QFileDialog::DontConfirmOverwrite, true);  // the commands ask themselves
+    const auto filters = nameFilters(request.filter);
+    if (!filters.isEmpty()) dialog.setNameFilters(filters);
+    if (!request.defaultExtension.empty()) {
+        auto suffix = QString::fromStdString(request.defaultExtension);
+        if (suffix.startsWith(QLatin1Char('.'))) suffix.remove(0, 1);
+        dialog.setDefaultSuffix(suffix);
+    }
+    if (!request.initialFolder.empty()) dialog.setDirectory(QString::fromStdString(request.initialFolder));
+    if (!request.fileName.empty()) dialog.selectFile(QString::fromStdString(request.fileName));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+    return {true, dialog.selectedFiles().front().toStdString()};
+}
+
+ui::FileDialogResult QtUi::showOpen(const ui::FileDialog& dialog) { return runDialog(dialog, false); }
+
+ui::FileDialogResult QtUi::showSave(const ui::FileDialog& dialog) { return runDialog(dialog, true); }
+
+void QtUi::setStatusText(const std::string& text) {
+    if (statusPanel_) {
+        statusPanel_->setText(QString::fromStdString(text));
+        // Shown at once: long work does not return to the event loop.
+        statusPanel_->repaint();
+    }
+    if (window_) window_->repaint();
+}
+
+void QtUi::setProgress(int value, int maximum) {
+    if (!progress_) return;
+    progress_->setMaximum(maximum > 0 ? maximum : 1);
+    progress_->setValue(maximum > 0 ? value : 0);
+    progress_->setVisible(maximum > 0);
+    progress_->repaint();
+}
+
+void QtUi::setMousePointer(ui::MousePointer pointer) {
+    const bool wantBusy = pointer == ui::MousePointer::Hourglass;
+    if (wantBusy == busy_) return;
+    if (wantBusy)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
+    busy_ = wantBusy;
+}
+
+void QtUi::startProcess(const std::string& commandLine, ui::WindowStyle style) {
+    launcher_.start(commandLine, style);
+}
+
+void QtUi::doEvents() { QCoreApplication::processEvents(); }
+
+}  // namespace ql::app
