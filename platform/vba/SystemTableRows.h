@@ -17,6 +17,7 @@ struct AccessStorageRow {
     std::string name;  // UTF-8
     std::int32_t type = 0;  // 1 storage, 2 stream
     std::optional<std::string> lv;  // stream content; NULL is a zero-length stream
+    bool operator==(const AccessStorageRow&) const = default;
 };
 
 // MSysAccessObjects (Access 2000 files, and copies inside later-opened
@@ -25,6 +26,7 @@ struct AccessStorageRow {
 struct AccessObjectsRow {
     std::int32_t id = 0;
     std::string data;
+    bool operator==(const AccessObjectsRow&) const = default;
 };
 
 // MSysModules2 (Access 97 files): one row per module and a few project rows.
@@ -33,6 +35,7 @@ struct Modules2Row {
     std::int32_t type = 0;
     std::int32_t version = 0;
     std::optional<std::string> module;  // the `Module` long binary column
+    bool operator==(const Modules2Row&) const = default;
 };
 
 // What the database layer supplies. Each call reads one table when the

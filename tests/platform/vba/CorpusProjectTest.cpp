@@ -1,10 +1,9 @@
-// DATA SOURCE: until the project's Jet reader lands, mdbtools' library pulls
-// the system-table rows out of the corpus files (MdbToolsTables); everything
-// from the rows on is our code.
+// The VBA projects of the real files of the corpus, read through our own Jet
+// reader. (MdbCrossCheckTest compares the rows it gives with mdbtools'.)
 #include "platform/vba/AccessObjectsImage.h"
 #include "platform/vba/CompoundFile.h"
 #include "platform/vba/VbaProject.h"
-#include "tests/platform/vba/MdbToolsTables.h"
+#include "tests/platform/vba/CorpusTables.h"
 #include "tests/support/Corpus.h"
 
 #include <QByteArray>
@@ -31,14 +30,8 @@ std::vector<std::string> containerModules(const std::string& file) {
     return names;
 }
 
-test::MdbToolsTables tablesOf(const std::string& file) {
-    return test::MdbToolsTables(ql::test::corpusFile(file), ql::test::manifest().at(file).number("code_page"));
-}
-
-VbaProject projectOf(const std::string& file) {
-    auto tables = tablesOf(file);
-    return loadVbaProject(tables);
-}
+using test::projectOf;
+using test::tablesOf;
 
 bool isCompiledOnly(const std::string& file) { return file.size() > 4 && file.substr(file.size() - 4) == ".mde"; }
 
@@ -128,11 +121,11 @@ TEST(VbaCorpus, BothCopiesInsideOneAccess97FileAgree) {
         if (row.number("has_MSysAccessObjects") == 0 || row.number("has_MSysModules2") == 0) continue;
         SCOPED_TRACE(file);
         auto tables = tablesOf(file);
-        const VbaProject fromModules2 = projectFromModules2(*tables.modules2Rows(), tables.databaseCodePage());
-        auto image = assembleAccessObjects(*tables.accessObjectsRows());
+        const VbaProject fromModules2 = projectFromModules2(*(*tables)->modules2Rows(), (*tables)->databaseCodePage());
+        auto image = assembleAccessObjects(*(*tables)->accessObjectsRows());
         auto compound = CompoundFile::open(std::move(image.image));
         const VbaProject fromObjects =
-            projectFromStorage(*compound, ProjectLayout::AccessObjects, tables.databaseCodePage());
+            projectFromStorage(*compound, ProjectLayout::AccessObjects, (*tables)->databaseCodePage());
         EXPECT_EQ(fromModules2.modules().size(), fromObjects.modules().size());
         for (const auto& module : fromModules2.modules()) {
             const ProjectModule* other = fromObjects.find(module.name);
@@ -194,7 +187,7 @@ for path in ole.listdir(streams=True, storages=False):
         if (ql::test::manifest().at(file).number("has_MSysAccessObjects") == 0) continue;
         SCOPED_TRACE(file);
         auto tables = tablesOf(file);
-        const auto rows = tables.accessObjectsRows();
+        const auto rows = (*tables)->accessObjectsRows();
         if (!rows || rows->size() < 2) continue;
         const auto assembled = assembleAccessObjects(*rows);
         const std::string& image = assembled.image;

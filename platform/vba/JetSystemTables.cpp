@@ -1,0 +1,117 @@
+#include "platform/vba/JetSystemTables.h"
+
+#include "platform/vba/VbaError.h"
+
+namespace ql::vba {
+namespace {
+
+// Column positions by name, looked up once per table: the stored column
+// order differs between files.
+class Columns {
+public:
+    explicit Columns(const jet::TableDef& table) : table_(table) {}
+    std::optional<std::size_t> operator()(const std::string& name) const {
+        for (std::size_t i = 0; i < table_.columns.size(); ++i)
+            if (jet::sameName(table_.columns[i].name, name)) return i;
+        return std::nullopt;
+    }
+
+private:
+    const jet::TableDef& table_;
+};
+
+std::int32_t integer(const std::vector<jet::Value>& row, std::optional<std::size_t> column) {
+    if (!column || *column >= row.size()) return 0;
+    const jet::Value& v = row[*column];
+    if (auto p = v.get<std::int32_t>()) return *p;
+    if (auto p = v.get<std::int16_t>()) return *p;
+    if (auto p = v.get<std::uint8_t>()) return *p;
+    return 0;
+}
+
+// A name. Some rows store a C-style terminator inside the value ("Lock\0" in
+// MSysModules2); names compare without it.
+std::string text(const std::vector<jet::Value>& row, std::optional<std::size_t> column) {
+    if (!column || *column >= row.size()) return {};
+    auto p = row[*column].get<std::string>();
+    if (!p) return {};
+    std::string name = *p;
+    while (!name.empty() && name.back() == '\0') name.pop_back();
+    return name;
+}
+
+// A long binary value's bytes; NULL as nullopt. A value that cannot be read
+// is handed on cut to nothing, so that the module it holds fails alone.
+std::optional<std::string> longBinary(const std::vector<jet::Value>& row, std::optional<std::size_t> column,
+                                      std::vector<std::string>& problems, const std::string& where) {
+    if (!column || *column >= row.size() || row[*column].isNull()) return std::nullopt;
+    const jet::Value& v = row[*column];
+    try {
+        jet::Binary bytes;
+        if (auto p = v.get<jet::LongValue>()) {
+            bytes = p->bytes(kMaxStreamBytes);
+        } else if (auto p = v.get<jet::Binary>()) {
+            bytes = *p;
+        } else {
+            return std::nullopt;
+        }
+        return std::string(bytes.begin(), bytes.end());
+    } catch (const jet::Error& error) {
+        problems.push_back(where + ": " + error.what());
+        return std::string();
+    }
+}
+
+// Runs f over every row of the named table; nullopt when it does not exist.
+template <typename Row, typename F>
+std::optional<std::vector<Row>> readTable(const jet::Database& db, const std::string& name,
+                                          std::vector<std::string>& problems, F&& f) {
+    if (!db.findTable(name)) return std::nullopt;
+    const jet::TableDef table = db.tableDef(name);
+    const Columns columns(table);
+    std::vector<Row> rows;
+    jet::TableCursor cursor = db.cursor(table);
+    for (;;) {
+        try {
+            if (!cursor.next()) break;
+        } catch (const jet::Error& error) {
+            problems.push_back(name + ": " + error.what());
+            continue;
+        }
+        rows.push_back(f(cursor.values(), columns));
+    }
+    return rows;
+}
+
+}  // namespace
+
+int JetSystemTables::jetVersion() const { return db_.header().format == jet::FileFormat::Jet3 ? 3 : 4; }
+
+int JetSystemTables::databaseCodePage() const { return db_.header().codePage; }
+
+std::optional<std::vector<Modules2Row>> JetSystemTables::modules2Rows() {
+    return readTable<Modules2Row>(db_, "MSysModules2", problems_, [&](const auto& row, const Columns& c) {
+        Modules2Row out{text(row, c("Name")), integer(row, c("Type")), integer(row, c("Version")), std::nullopt};
+        out.module = longBinary(row, c("Module"), problems_, "MSysModules2 " + out.name);
+        return out;
+    });
+}
+
+std::optional<std::vector<AccessObjectsRow>> JetSystemTables::accessObjectsRows() {
+    return readTable<AccessObjectsRow>(db_, "MSysAccessObjects", problems_, [&](const auto& row, const Columns& c) {
+        AccessObjectsRow out{integer(row, c("ID")), {}};
+        out.data = longBinary(row, c("Data"), problems_, "MSysAccessObjects " + std::to_string(out.id)).value_or("");
+        return out;
+    });
+}
+
+std::optional<std::vector<AccessStorageRow>> JetSystemTables::accessStorageRows() {
+    return readTable<AccessStorageRow>(db_, "MSysAccessStorage", problems_, [&](const auto& row, const Columns& c) {
+        AccessStorageRow out{integer(row, c("Id")), integer(row, c("ParentId")), text(row, c("Name")),
+                             integer(row, c("Type")), std::nullopt};
+        out.lv = longBinary(row, c("Lv"), problems_, "MSysAccessStorage " + out.name);
+        return out;
+    });
+}
+
+}  // namespace ql::vba

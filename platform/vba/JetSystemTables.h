@@ -1,0 +1,30 @@
+#pragma once
+// The system-table rows of an open Jet database, for the VBA project reader.
+#include "platform/jet/Database.h"
+#include "platform/vba/SystemTableRows.h"
+
+namespace ql::vba {
+
+// Reads MSysModules2, MSysAccessObjects and MSysAccessStorage when asked.
+// Jet errors on the table as a whole (a damaged definition) pass through as
+// ql::jet::Error; a row that cannot be decoded is skipped, and a long value
+// that cannot be read becomes a stream that fails later for its module only.
+class JetSystemTables final : public SystemTableSource {
+public:
+    explicit JetSystemTables(const jet::Database& database) : db_(database) {}
+
+    int jetVersion() const override;
+    int databaseCodePage() const override;
+    std::optional<std::vector<Modules2Row>> modules2Rows() override;
+    std::optional<std::vector<AccessObjectsRow>> accessObjectsRows() override;
+    std::optional<std::vector<AccessStorageRow>> accessStorageRows() override;
+
+    // Rows skipped because they could not be decoded, described.
+    const std::vector<std::string>& problems() const { return problems_; }
+
+private:
+    const jet::Database& db_;
+    std::vector<std::string> problems_;
+};
+
+}  // namespace ql::vba
