@@ -1,0 +1,322 @@
+// The small commands of the main window: select/clear buttons, the check
+// boxes and their menu items, forwarding menu items, the count-down, help,
+// web site, closing.
+#include <QAction>
+#include <QCheckBox>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeWidget>
+#include <QHeaderView>
+
+#include "grids/WindowState.h"
+#include "tests/app/ShellFixture.h"
+
+namespace ql::test {
+namespace {
+
+std::string text(const QString& s) { return s.toStdString(); }
+
+// The binding table: button index -> (list, selects).
+struct Row {
+    int index, list;
+    bool selects;
+};
+const Row kSelectTable[] = {
+    {0, 0, true},   {1, 0, false},  {2, 1, false},  {3, 1, true},   {4, 2, false},
+    {5, 2, true},   {6, 3, true},   {7, 3, false},  {8, 5, false},  {9, 5, true},
+    {10, 6, true},  {11, 6, false}, {12, 7, true},  {13, 7, false}, {14, 8, true},
+    {15, 8, false}, {16, 4, true},  {17, 4, false}, {18, 11, true}, {19, 11, false},
+};
+const int kListTabs[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 11};
+
+TEST_F(ShellTest, SelectButtonsFollowTheBindingTableOnFilledLists) {
+    auto& w = load();
+    for (int tab : kListTabs) w.SSTab()->setTabEnabled(tab, true);  // as after a run
+    for (const auto& row : kSelectTable) {
+        // Every list filled, every entry the opposite of what the button sets.
+        for (int tab : kListTabs) {
+            auto& list = w.state().lstData[static_cast<std::size_t>(tab)];
+            list.Clear();
+            for (const char* name : {"Alpha", "Beta", "Gamma"}) list.AddItem(name);
+            for (int i = 0; i < 3; ++i) list.SetSelected(i, !row.selects);
+            w.mirrorNameList(tab);
+        }
+        ui.statusTexts.clear();
+        w.cmdSelect(row.index)->click();
+
+        EXPECT_EQ(ui.statusTexts, std::vector<std::string>{"Selecting...."}) << row.index;
+        for (int tab : kListTabs) {
+            const bool expected = tab == row.list ? row.selects : !row.selects;
+            const auto& list = w.state().lstData[static_cast<std::size_t>(tab)];
+            for (int i = 0; i < 3; ++i) {
+                EXPECT_EQ(list.Selected(i), expected) << "button " << row.index << " list " << tab;
+                EXPECT_EQ(w.lstData(tab)->item(i)->isSelected(), expected)
+                    << "button " << row.index << " widget " << tab;
+            }
+        }
+    }
+}
+
+TEST_F(ShellTest, SelectButtonsSitOnTheirTabsWithCaptionsAndTips) {
+    auto& w = load();
+    for (const auto& row : kSelectTable) {
+        auto* b = w.cmdSelect(row.index);
+        ASSERT_NE(b, nullptr);
+        EXPECT_EQ(text(b->objectName()), "cmdSelect" + std::to_string(row.index));
+        EXPECT_EQ(b->parentWidget(), w.fraTab(row.list)) << row.index;
+        EXPECT_EQ(text(b->text()), row.selects ? "Select &All" : "&Clear All") << row.index;
+        EXPECT_EQ(text(b->toolTip()), row.selects ? "Select ALL entries" : "Deselect ALL entries");
+    }
+}
+
+TEST_F(ShellTest, SelectOnEmptyListsOrUnknownIndexChangesNothing) {
+    auto& w = load();
+    for (const auto& row : kSelectTable) w.cmdSelect_Click(row.index);
+    for (int tab : kListTabs) {
+        EXPECT_EQ(w.state().lstData[static_cast<std::size_t>(tab)].ListCount(), 0);
+        EXPECT_EQ(w.lstData(tab)->count(), 0);
+    }
+    auto& tables = w.state().lstData[0];
+    tables.AddItem("T");
+    tables.SetSelected(0, true);
+    w.mirrorNameList(0);
+    ui.statusTexts.clear();
+    w.cmdSelect_Click(20);
+    w.cmdSelect_Click(-1);
+    EXPECT_TRUE(tables.Selected(0));
+    EXPECT_EQ(ui.statusTexts, (std::vector<std::string>{"Selecting....", "Selecting...."}));
+}
+
+TEST_F(ShellTest, UserSelectionInAListReachesTheState) {
+    auto& w = load();
+    auto& views = w.state().lstData[1];
+    views.AddItem("q1");
+    views.AddItem("q2");
+    w.mirrorNameList(1);
+    w.lstData(1)->item(1)->setSelected(true);
+    EXPECT_FALSE(views.Selected(0));
+    EXPECT_TRUE(views.Selected(1));
+}
+
+TEST_F(ShellTest, StatisticsBoxAndMenuItemMirrorEachOther) {
+    auto& w = load();
+    auto* item = w.action("mnuStatisticsCheck");
+    w.chkIncludeStats()->click();
+    EXPECT_TRUE(w.chkIncludeStats()->isChecked());
+    EXPECT_TRUE(item->isChecked());
+    item->trigger();
+    EXPECT_FALSE(item->isChecked());
+    EXPECT_FALSE(w.chkIncludeStats()->isChecked());
+    item->trigger();
+    EXPECT_TRUE(item->isChecked());
+    EXPECT_TRUE(w.chkIncludeStats()->isChecked());
+    w.chkIncludeStats()->setChecked(false);
+    EXPECT_FALSE(item->isChecked());
+}
+
+TEST_F(ShellTest, ControlQueriesBoxAndMenuItemSetTheFlag) {
+    auto& w = load();
+    auto* item = w.action("mnuControlQueriesCheck");
+    w.chkQryControl()->setChecked(true);
+    EXPECT_EQ(w.state().IncludeTempQueries, -1);
+    EXPECT_TRUE(item->isChecked());
+    w.chkQryControl()->setChecked(false);
+    EXPECT_EQ(w.state().IncludeTempQueries, 0);
+    EXPECT_FALSE(item->isChecked());
+
+    item->setEnabled(true);  // switched on by a later step
+    item->trigger();
+    EXPECT_TRUE(item->isChecked());
+    EXPECT_TRUE(w.chkQryControl()->isChecked());
+    EXPECT_EQ(w.state().IncludeTempQueries, -1);
+    w.mnuControlQueriesCheck_Click();
+    EXPECT_FALSE(item->isChecked());
+    EXPECT_FALSE(w.chkQryControl()->isChecked());
+    EXPECT_EQ(w.state().IncludeTempQueries, 0);
+}
+
+TEST_F(ShellTest, EnterOrTabOnStatisticsBoxMovesToOutput) {
+    auto& w = load();
+    w.activateWindow();
+    for (int key : {int(Qt::Key_Return), int(Qt::Key_Enter), int(Qt::Key_Tab)}) {
+        w.chkIncludeStats()->setFocus();
+        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(w.chkIncludeStats(), &press);
+        EXPECT_EQ(w.focusWidget(), w.cmdOut()) << key;
+    }
+    w.chkIncludeStats()->setFocus();
+    w.chkIncludeStats_KeyPress(32);
+    EXPECT_EQ(w.focusWidget(), w.chkIncludeStats());
+}
+
+TEST_F(ShellTest, MenuItemsForwardToTheirCommands) {
+    auto& w = window();  // before the start-up switches items off
+    const std::vector<std::pair<const char*, std::string>> forwards = {
+        {"mnuDatabase", "cmdFind_Click"},      {"mnuOutPut", "cmdOut_Click"},
+        {"mnuAnalyse", "cmdAnalyse_Click"},    {"mnuViewResults", "cmdView_Click"},
+        {"mnuViewStatsDb", "MakeGridVisible 0"}, {"mnuStatsTables", "MakeGridVisible 1"},
+        {"mnuStatsFields", "MakeGridVisible 2"}, {"mnuStatsIndexes", "MakeGridVisible 4"},
+        {"mnuStatsMacros", "MakeGridVisible 5"}, {"mnuStatsModules", "MakeGridVisible 6"},
+        {"mnuStatsRelations", "MakeGridVisible 7"}, {"mnuStatsViews", "MakeGridVisible 8"},
+    };
+    for (const auto& [name, call] : forwards) {
+        w.calls.clear();
+        w.action(name)->trigger();
+        EXPECT_EQ(w.calls, std::vector<std::string>{call}) << name;
+    }
+    for (const char* name : {"mnuStatsForms", "mnuStatsReports"}) {
+        w.calls.clear();
+        w.action(name)->trigger();
+        EXPECT_TRUE(w.calls.empty()) << name;
+    }
+    // The buttons reach the same commands.
+    w.calls.clear();
+    for (auto* b : {w.cmdOut(), w.cmdAnalyse(), w.cmdView()}) b->setEnabled(true);
+    w.cmdFind()->setEnabled(true);
+    for (auto* b : {w.cmdFind(), w.cmdOut(), w.cmdAnalyse(), w.cmdView()}) b->click();
+    EXPECT_EQ(w.calls, (std::vector<std::string>{"cmdFind_Click", "cmdOut_Click", "cmdAnalyse_Click",
+                                                 "cmdView_Click"}));
+}
+
+TEST_F(ShellTest, TranslateItemsAndButtonsDispatchBySection) {
+    auto& w = window();
+    const std::vector<std::pair<const char*, int>> items = {
+        {"mnuTransForms", 5}, {"mnuTransReports", 6}, {"mnuTransMacros", 7}, {"mnuTransModules", 8},
+        {"mnuTransTables", 0}, {"mnuTransViews", 1}, {"mnuTransIndexes", 2}, {"mnuTransRelationships", 3},
+    };
+    for (const auto& [name, index] : items) {
+        w.calls.clear();
+        w.action(name)->trigger();
+        ASSERT_FALSE(w.calls.empty()) << name;
+        EXPECT_EQ(w.calls.front(), "cmdTrans_Click " + std::to_string(index)) << name;
+    }
+    const std::vector<std::pair<int, const char*>> dispatch = {
+        {0, "TransTables"}, {1, "TransViews"},   {2, "TransIndexes"}, {3, "TransRelations"},
+        {5, "TransForms"},  {6, "TransReports"}, {7, "TransMacros"},  {8, "TransModules"},
+        {11, "TransDataPages"},
+    };
+    for (const auto& [index, method] : dispatch) {
+        w.calls.clear();
+        w.cmdTrans(index)->click();
+        EXPECT_EQ(w.calls, (std::vector<std::string>{"cmdTrans_Click " + std::to_string(index), method}));
+    }
+    for (int index : {4, 9, 10, 12}) {
+        w.calls.clear();
+        w.cmdTrans_Click(index);
+        EXPECT_EQ(w.calls.size(), 1u) << index;
+    }
+}
+
+TEST_F(ShellTest, TimerCountsTheLabelDown) {
+    auto& w = window();
+    struct Step {
+        const char* before;
+        const char* after;
+    };
+    for (const auto& s : {Step{"5", "4"}, Step{"1", "0"}, Step{"0", "-1"}, Step{"abc", "-1"},
+                          Step{" 12 ", "11"}, Step{"2.5", "2"}, Step{"3.2", "2"}}) {
+        w.lblCount()->setText(QString::fromLatin1(s.before));
+        w.Timer1_Timer();
+        EXPECT_EQ(text(w.lblCount()->text()), s.after) << s.before;
+    }
+}
+
+TEST_F(ShellTest, DelayWaitsForTheCountDownWhileEventsRun) {
+    auto& w = window();
+    w.Timer1()->setInterval(5);
+    bool otherEventRan = false;
+    QTimer::singleShot(1, [&] { otherEventRan = true; });
+    std::int16_t seconds = 12;
+    EXPECT_TRUE(w.Delay(seconds));
+    EXPECT_EQ(text(w.lblCount()->text()), "0");
+    EXPECT_FALSE(w.Timer1()->isActive());
+    EXPECT_TRUE(otherEventRan);
+
+    // Nothing to wait for.
+    for (std::int16_t n : {0, -3}) {
+        std::int16_t value = n;
+        EXPECT_TRUE(w.Delay(value));
+        EXPECT_EQ(text(w.lblCount()->text()), std::to_string(n));
+        EXPECT_FALSE(w.Timer1()->isActive());
+    }
+}
+
+TEST_F(ShellTest, ContextHelpOpensTheHelpOrReportsTheError) {
+    auto& w = load();
+    help.shown.clear();
+    w.action("mnuContextHelp")->trigger();
+    ASSERT_EQ(help.shown.size(), 1u);
+    EXPECT_EQ(help.shown[0].file, w.helpFile());
+    EXPECT_EQ(help.shown[0].context, 100);
+    EXPECT_EQ(help.shown[0].style, ui::WindowStyle::NormalFocus);
+    EXPECT_EQ(w.action("mnuContextHelp")->property("HelpContextID").toInt(), 100);
+
+    help.isPresent = false;
+    ui.messages.clear();
+    w.action("mnuContextHelp")->trigger();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "File not found");
+    EXPECT_EQ(ui.messages[0].title, "Quarrylantern");
+}
+
+TEST_F(ShellTest, WebSiteOpensInTheDesktopBrowserOrReportsTheError) {
+    auto& w = load();
+    ui.messages.clear();
+    w.action("mnuOrvexWeb")->trigger();
+    ASSERT_EQ(ui.started.size(), 1u);
+    EXPECT_EQ(ui.started[0].commandLine, "xdg-open http://www.orvex.example/quarrylantern/");
+    EXPECT_EQ(ui.started[0].style, ui::WindowStyle::MaximizedFocus);
+    EXPECT_TRUE(ui.messages.empty());
+
+    ui.failStarts = true;
+    w.mnuOrvexWeb_Click();
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "File not found");
+}
+
+TEST_F(ShellTest, CloseAndExitUnloadAndEndTheProgram) {
+    auto& w = load();
+    w.cmdClose()->click();
+    EXPECT_FALSE(w.isVisible());
+    EXPECT_EQ(programEnds, 1);
+
+    window_.reset();
+    auto& w2 = load();
+    w2.calls.clear();
+    w2.action("mnuExit")->trigger();
+    EXPECT_EQ(w2.calls, std::vector<std::string>{"cmdClose_Click"});
+    EXPECT_FALSE(w2.isVisible());
+    EXPECT_EQ(programEnds, 2);
+}
+
+TEST_F(ShellTest, GridModelIsDrawnWithItsColumnsAndRows) {
+    auto& w = window();
+    auto& grid = w.state().lvwGrid[1];
+    grid.addColumn("Table", 3000);
+    grid.addColumn("Records", 600, grids::Alignment::Right);
+    grid.addColumn("Extra");
+    const int r = grid.addRow("Tables in Database : ");
+    grid.row(r).setSubItem(1, "12");
+    grid.addRow("Customers");
+    w.mirrorGrid(1);
+
+    auto* view = w.lvwGrid(1);
+    ASSERT_EQ(view->columnCount(), 3);
+    EXPECT_EQ(text(view->headerItem()->text(0)), "Table");
+    EXPECT_EQ(text(view->headerItem()->text(1)), "Records");
+    const int dpi = w.logicalDpiX();
+    EXPECT_EQ(view->columnWidth(0), 3000 * dpi / 1440);
+    EXPECT_EQ(view->columnWidth(2), 1440 * dpi / 1440);
+    ASSERT_EQ(view->topLevelItemCount(), 2);
+    EXPECT_EQ(text(view->topLevelItem(0)->text(0)), "Tables in Database : ");
+    EXPECT_EQ(text(view->topLevelItem(0)->text(1)), "12");
+    EXPECT_TRUE(view->topLevelItem(0)->textAlignment(1) & Qt::AlignRight);
+    EXPECT_EQ(text(view->topLevelItem(1)->text(1)), "");
+}
+
+}  // namespace
+}  // namespace ql::test

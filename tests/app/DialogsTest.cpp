@@ -1,0 +1,163 @@
+// The editor dialog, the About box, the Qt message box and file filters,
+// and the program entry without a display.
+#include <QAbstractButton>
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRegularExpression>
+
+#include "Version.h"
+#include "app/Main.h"
+#include "app/QtUi.h"
+#include "app/frmAbout.h"
+#include "app/frmEditor.h"
+#include "tests/app/ShellFixture.h"
+
+namespace ql::test {
+namespace {
+
+std::string text(const QString& s) { return s.toStdString(); }
+
+TEST_F(ShellTest, XmlEditorOkStoresTheTextEvenWhenEmpty) {
+    auto& w = load();
+    std::string caption, label, shown;
+    onModal([&](QWidget* modal) {
+        auto* dialog = qobject_cast<app::frmEditor*>(modal);
+        ASSERT_NE(dialog, nullptr);
+        caption = text(dialog->windowTitle());
+        label = text(dialog->lblWhich()->text());
+        shown = text(dialog->txtEditor()->text());
+        dialog->txtEditor()->clear();
+        dialog->cmdOK()->click();
+    });
+    w.action("mnuXMLEditor")->trigger();
+    EXPECT_EQ(values.editorKind, env::EditorKind::Xml);
+    EXPECT_EQ(caption, "Locate User XML Editor");
+    EXPECT_EQ(label, "XML Editor...");
+    EXPECT_EQ(shown, "Notepad.exe");
+    EXPECT_EQ(values.XmlEditorPath, "");
+    EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
+    EXPECT_EQ(settings.ReadSetting("Paths", "XMLEditor", "?"), "");
+}
+
+TEST_F(ShellTest, TextEditorCancelAfterBrowseKeepsEverything) {
+    auto& w = load();
+    settings.WriteSetting("Paths", "Editor", "/usr/bin/vi");
+    const auto before = TempFolder::read(settings.path());
+    ui.chooseFile("/usr/bin/gedit");
+    std::string caption, label, shown, browsed;
+    onModal([&](QWidget* modal) {
+        auto* dialog = qobject_cast<app::frmEditor*>(modal);
+        ASSERT_NE(dialog, nullptr);
+        caption = text(dialog->windowTitle());
+        label = text(dialog->lblWhich()->text());
+        shown = text(dialog->txtEditor()->text());
+        dialog->cmdBrowse()->click();
+        browsed = text(dialog->txtEditor()->text());
+        dialog->cmdCancel()->click();
+    });
+    w.mnuEditor_Click();  // the menu item itself starts switched off
+    EXPECT_EQ(values.editorKind, env::EditorKind::Text);
+    EXPECT_EQ(caption, "Locate User TEXT Editor");
+    EXPECT_EQ(label, "TEXT Editor...");
+    EXPECT_EQ(shown, "/usr/bin/vi");
+    EXPECT_EQ(browsed, "/usr/bin/gedit");
+    ASSERT_EQ(ui.dialogs.size(), 1u);
+    EXPECT_EQ(ui.dialogs[0].request.fileName, "/usr/bin/vi");
+    EXPECT_EQ(TempFolder::read(settings.path()), before);
+    EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
+}
+
+TEST_F(ShellTest, AboutBoxShowsVersionTaglineAndItsButtons) {
+    auto& w = load();
+    ui.messages.clear();
+    std::string caption, version, description, title;
+    onModal([&](QWidget* modal) {
+        auto* about = qobject_cast<app::frmAbout*>(modal);
+        ASSERT_NE(about, nullptr);
+        caption = text(about->windowTitle());
+        title = text(about->lblTitle()->text());
+        version = text(about->lblVersion()->text());
+        description = text(about->lblDescription()->text());
+        about->cmdSysInfo()->click();
+        about->lblHomepage_Click();
+        about->cmdOK()->click();
+    });
+    w.action("mnuHelpAbout")->trigger();
+    EXPECT_EQ(caption, "About Quarrylantern");
+    EXPECT_EQ(title, "Quarrylantern");
+    EXPECT_EQ(version, "Version " + std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) +
+                           "." + std::to_string(QL_VERSION_PATCH));
+    EXPECT_NE(description.find("\nGet the Code, Find the Controls, See what it REALLY looks like\n"),
+              std::string::npos);
+    ASSERT_EQ(ui.messages.size(), 1u);
+    EXPECT_EQ(ui.messages[0].text, "System Information Is Unavailable At This Time");
+    EXPECT_EQ(ui.messages[0].title, "Quarrylantern");
+    EXPECT_EQ(ui.messages[0].icon, ui::Icon::None);
+    ASSERT_EQ(ui.started.size(), 1u);
+    EXPECT_EQ(ui.started[0].commandLine, "xdg-open http://www.orvex.example/quarrylantern/");
+}
+
+TEST(QtUi, MessageBoxCarriesTitleTextIconButtonsAndDefault) {
+    application();
+    app::QtUi qtUi;
+    std::string title, body;
+    QMessageBox::Icon icon{};
+    QMessageBox::StandardButtons buttons;
+    QMessageBox::StandardButton defaultButton{};
+    onModal([&](QWidget* modal) {
+        auto* box = qobject_cast<QMessageBox*>(modal);
+        ASSERT_NE(box, nullptr);
+        title = text(box->windowTitle());
+        body = text(box->text());
+        icon = box->icon();
+        buttons = box->standardButtons();
+        defaultButton = box->standardButton(box->defaultButton());
+        box->button(QMessageBox::No)->click();
+    });
+    const auto answer = qtUi.message("Show in Browser [Yes]\r\nor in XML Editor [No] ?", "PICK OUTPUT VIEWER",
+                                     ui::Buttons::YesNo, ui::Icon::Question, ui::DefaultButton::Second);
+    EXPECT_EQ(answer, ui::Answer::No);
+    EXPECT_EQ(title, "PICK OUTPUT VIEWER");
+    EXPECT_EQ(body, "Show in Browser [Yes]\nor in XML Editor [No] ?");
+    EXPECT_EQ(icon, QMessageBox::Question);
+    EXPECT_EQ(buttons, QMessageBox::Yes | QMessageBox::No);
+    EXPECT_EQ(defaultButton, QMessageBox::No);
+
+    onModal([](QWidget* modal) { qobject_cast<QMessageBox*>(modal)->button(QMessageBox::Ok)->click(); });
+    EXPECT_EQ(qtUi.message("No Output File Given", "NO DESTINATION", ui::Buttons::OK, ui::Icon::Information),
+              ui::Answer::OK);
+}
+
+TEST(QtUi, FileFiltersMatchWithoutCaseAndAllFilesMeansEveryFile) {
+    const auto filters =
+        app::QtUi::nameFilters("Access Databases (*.MDB)|*.MDB|All FIles (*.*)|*.*");
+    ASSERT_EQ(filters.size(), 2);
+    EXPECT_EQ(text(filters[0]), "Access Databases (*.MDB) (*.[mM][dD][bB])");
+    EXPECT_EQ(text(filters[1]), "All FIles (*.*) (*)");
+    const auto pattern = QRegularExpression::fromWildcard(QStringLiteral("*.[mM][dD][bB]"));
+    EXPECT_TRUE(pattern.match(QStringLiteral("north.mdb")).hasMatch());
+    EXPECT_TRUE(pattern.match(QStringLiteral("NORTH.MDB")).hasMatch());
+    EXPECT_FALSE(pattern.match(QStringLiteral("north.mdw")).hasMatch());
+    EXPECT_TRUE(app::QtUi::nameFilters("").isEmpty());
+}
+
+TEST(Main, SaysSoWhenThereIsNoDisplay) {
+    const auto message = app::noDisplayMessage("", "", "", "/opt/ql/quarrylantern");
+    ASSERT_TRUE(message);
+    EXPECT_NE(message->find("no display"), std::string::npos);
+    EXPECT_NE(message->find("xvfb-run /opt/ql/quarrylantern"), std::string::npos);
+    EXPECT_NE(message->find("/opt/ql/quarrylantern-report"), std::string::npos);
+
+    EXPECT_FALSE(app::noDisplayMessage("", ":0", "", "q"));
+    EXPECT_FALSE(app::noDisplayMessage("", "", "wayland-0", "q"));
+    EXPECT_FALSE(app::noDisplayMessage("offscreen", "", "", "q"));
+    EXPECT_TRUE(app::noDisplayMessage("xcb", "", "wayland-0", "q"));
+    EXPECT_TRUE(app::noDisplayMessage("wayland", ":0", "", "q"));
+    EXPECT_FALSE(app::noDisplayMessage("xcb:foo", ":1", "", "q"));
+}
+
+}  // namespace
+}  // namespace ql::test

@@ -1,0 +1,271 @@
+// The start-up of the main window: title, controls, captions, tool tips,
+// enable states, the security question and the first-run help.
+#include <QAction>
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+
+#include "Version.h"
+#include "tests/app/ShellFixture.h"
+
+namespace ql::test {
+namespace {
+
+using ui::Answer;
+using ui::Buttons;
+using ui::Icon;
+
+std::string text(const QString& s) { return s.toStdString(); }
+
+TEST_F(ShellTest, TitleNamesVersionAndUser) {
+    auto& w = load();
+    const std::string version = std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) +
+                                "." + std::to_string(QL_VERSION_PATCH);
+    EXPECT_EQ(text(w.windowTitle()), "Quarrylantern - " + version + " : jsmith");
+    EXPECT_EQ(app::frmQuarrylantern::windowTitleFor("jsmith"), "Quarrylantern - " + version + " : jsmith");
+}
+
+TEST_F(ShellTest, ControlsCarryTheirCaptionsAndToolTips) {
+    auto& w = load();
+    struct Button {
+        QPushButton* button;
+        const char* name;
+        const char* caption;
+        const char* tip;
+    };
+    const Button buttons[] = {
+        {w.cmdFind(), "cmdFind", "Database..", "Click to Select Workgroup and Database"},
+        {w.cmdOut(), "cmdOut", "Output To...", "Select Output File"},
+        {w.cmdAnalyse(), "cmdAnalyse", "&Analyse", "Analyse Results"},
+        {w.cmdView(), "cmdView", "&Results", "Display Results file"},
+        {w.cmdClose(), "cmdClose", "Close", "Close Quarrylantern"},
+    };
+    for (const auto& b : buttons) {
+        ASSERT_EQ(w.findChild<QPushButton*>(b.name), b.button) << b.name;
+        EXPECT_EQ(text(b.button->text()), b.caption);
+        EXPECT_EQ(text(b.button->toolTip()), b.tip);
+    }
+    EXPECT_EQ(text(w.chkIncludeStats()->text()), "Include Statistics in Results");
+    EXPECT_EQ(text(w.chkQryControl()->text()), "Include Control Queries");
+    EXPECT_EQ(text(w.fraOptions()->title()), "Options");
+    EXPECT_EQ(w.chkIncludeStats()->parentWidget(), w.fraOptions());
+    EXPECT_EQ(w.chkQryControl()->parentWidget(), w.fraOptions());
+    EXPECT_EQ(text(w.fraOutput()->title()), "Output Format");
+    const char* formats[] = {"Text", "XML", "Char Separated Value", "Excel"};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(text(w.optFormat(i)->text()), formats[i]);
+        EXPECT_EQ(w.optFormat(i)->parentWidget(), w.fraOutput());
+    }
+    for (const char* name : {"txtMDB", "txtOut", "lstItem", "SSTab", "lblCount", "Timer1", "ssb", "pgb"})
+        EXPECT_NE(w.findChild<QObject*>(name), nullptr) << name;
+
+    const char* steps[] = {"Select SYSTEM Database", "Select ACTUAL Database", "Choose Format",
+                           "Define Output File",     "Analyse Database",       "Translate Sections",
+                           "Show Results"};
+    for (int i = 0; i < 7; ++i) {
+        EXPECT_EQ(w.findChild<QCheckBox*>(QStringLiteral("chkDone%1").arg(i)), w.chkDone(i));
+        EXPECT_EQ(text(w.chkDone(i)->text()), steps[i]);
+        EXPECT_EQ(w.chkDone(i)->checkState(), Qt::Unchecked);
+    }
+
+    const char* tabs[] = {"Tables",  "Views/Procs", "Indexes",    "Relations", "Fields",   "Forms",
+                          "Reports", "Macros",      "Modules",    "Statistics", "Database", "DataPages"};
+    ASSERT_EQ(w.SSTab()->count(), 12);
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(text(w.SSTab()->tabText(i)), tabs[i]);
+        EXPECT_EQ(w.SSTab()->widget(i), w.fraTab(i));
+    }
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_NE(w.lvwGrid(i), nullptr);
+        if (i == 9 || i == 10) {
+            EXPECT_EQ(w.lstData(i), nullptr);
+            EXPECT_EQ(w.cmdTrans(i), nullptr);
+        } else {
+            ASSERT_NE(w.lstData(i), nullptr);
+            EXPECT_EQ(w.lstData(i)->parentWidget(), w.fraTab(i));
+            ASSERT_NE(w.cmdTrans(i), nullptr);
+            EXPECT_EQ(w.cmdTrans(i)->parentWidget(), w.fraTab(i));
+        }
+    }
+}
+
+TEST_F(ShellTest, MenusCarryTheirNamesCaptionsAndOrder) {
+    auto& w = load();
+    struct Menu {
+        const char* name;
+        const char* caption;
+        std::vector<std::pair<const char*, const char*>> items;  // "" caption: separator
+    };
+    const Menu menus[] = {
+        {"mnuFile", "&File",
+         {{"mnuDatabase", "&Database..."}, {"mnuOutPut", "&OutPut To..."}, {"mnuAnalyse", "&Analyse"},
+          {"mnuBar1", ""}, {"mnuViewResults", "&View Results"}, {"mnuBar2", ""}, {"mnuExit", "E&xit"}}},
+        {"mnuTranslate", "&Translate",
+         {{"mnuTransForms", "&Forms"}, {"mnuTransReports", "&Reports"}, {"mnuTransMacros", "Ma&cros"},
+          {"mnuTransModules", "&Modules"}, {"mnuTransTables", "&Tables"}, {"mnuTransViews", "&Views"},
+          {"mnuTransIndexes", "&Indexes"}, {"mnuTransRelationships", "&Relationships"}}},
+        {"mnuOptions", "&Options",
+         {{"mnuControlQueriesCheck", "&Control Queries"}, {"mnuStatisticsCheck", "&Statistics"},
+          {"mnuEditor", "&Text Editor..."}, {"mnuXMLEditor", "&XML Editor..."}}},
+        {"mnuStatistics", "&Statistics",
+         {{"mnuViewStatsDb", "&Database"}, {"mnuStatsTables", "&Tables"}, {"mnuStatsFields", "&Fields"},
+          {"mnuStatsViews", "&Views"}, {"mnuStatsIndexes", "&Indexes"}, {"mnuStatsRelations", "&Relationships"},
+          {"mnuStatsMacros", "Ma&cros"}, {"mnuStatsModules", "&Modules"}, {"mnuStatsForms", "&Forms"},
+          {"mnuStatsReports", "&Reports"}}},
+        {"mnuHelp", "&Help",
+         {{"mnuContextHelp", "Context Help"}, {"mnuOrvexWeb", "&Orvex Web Site"}, {"mnuHelpAbout", "&About"}}},
+    };
+    const auto bar = w.menuBar()->actions();
+    ASSERT_EQ(bar.size(), 5);
+    for (int m = 0; m < 5; ++m) {
+        const auto& spec = menus[m];
+        auto* menu = w.menu(spec.name);
+        ASSERT_NE(menu, nullptr) << spec.name;
+        EXPECT_EQ(bar[m], menu->menuAction());
+        EXPECT_EQ(text(menu->title()), spec.caption);
+        const auto items = menu->actions();
+        ASSERT_EQ(items.size(), static_cast<qsizetype>(spec.items.size())) << spec.name;
+        for (std::size_t i = 0; i < spec.items.size(); ++i) {
+            EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->objectName()), spec.items[i].first);
+            if (*spec.items[i].second)
+                EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->text()), spec.items[i].second);
+            else
+                EXPECT_TRUE(items[static_cast<qsizetype>(i)]->isSeparator()) << spec.items[i].first;
+        }
+    }
+}
+
+TEST_F(ShellTest, StartUpStatesOfCommandsTabsAndLists) {
+    auto& w = load();
+    EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
+    EXPECT_EQ(values.XmlEditorPath, "Notepad.exe");
+
+    EXPECT_FALSE(w.action("mnuEditor")->isEnabled());
+    EXPECT_TRUE(w.action("mnuXMLEditor")->isEnabled());
+    EXPECT_FALSE(w.chkQryControl()->isChecked());
+    EXPECT_FALSE(w.chkQryControl()->isEnabled());
+    EXPECT_FALSE(w.action("mnuControlQueriesCheck")->isChecked());
+    EXPECT_FALSE(w.action("mnuControlQueriesCheck")->isEnabled());
+    EXPECT_EQ(w.state().IncludeTempQueries, 0);
+
+    EXPECT_EQ(w.SSTab()->currentIndex(), 10);
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(w.SSTab()->isTabEnabled(i), i == 10) << "tab " << i;
+        EXPECT_EQ(w.fraTab(i)->isVisible(), i == 10) << "frame " << i;
+    }
+    EXPECT_TRUE(w.state().ActualDbPath.empty());
+    EXPECT_TRUE(w.state().OutputPath.empty());
+
+    QStringList kinds;
+    for (int i = 0; i < w.lstItem()->count(); ++i) kinds << w.lstItem()->item(i)->text();
+    EXPECT_EQ(kinds, QStringList({"Database", "Tables", "Fields", "Queries", "Indexes", "Macros", "Modules",
+                                  "Relationships"}));
+
+    // Switched off themselves, not only through their switched-off tabs.
+    for (int i = 0; i < 12; ++i) {
+        if (w.cmdTrans(i)) {
+            EXPECT_TRUE(w.cmdTrans(i)->testAttribute(Qt::WA_ForceDisabled)) << i;
+        }
+    }
+    for (int i = 0; i < 4; ++i) EXPECT_FALSE(w.optFormat(i)->isChecked());
+    EXPECT_FALSE(w.fraOutput()->isEnabled());
+
+    EXPECT_TRUE(w.stepCurrent(0));
+    for (int i = 1; i < 7; ++i) EXPECT_FALSE(w.stepCurrent(i));
+
+    EXPECT_FALSE(w.menu("mnuTranslate")->menuAction()->isEnabled());
+    EXPECT_FALSE(w.action("mnuOutPut")->isEnabled());
+    EXPECT_FALSE(w.action("mnuViewResults")->isEnabled());
+    EXPECT_FALSE(w.menu("mnuStatistics")->menuAction()->isEnabled());
+    EXPECT_FALSE(w.action("mnuAnalyse")->isEnabled());
+
+    EXPECT_TRUE(w.cmdOut()->isEnabled());
+    EXPECT_FALSE(w.cmdAnalyse()->isEnabled());
+    EXPECT_FALSE(w.cmdView()->isEnabled());
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_EQ(text(w.ssbPanel()->text()), "Ready");
+    EXPECT_EQ(w.helpFile(), program.path().string() + "/help/index.html");
+    EXPECT_TRUE(w.calls.empty());
+}
+
+TEST_F(ShellTest, SecurityQuestionYesEnablesDatabaseCommand) {
+    auto& w = load(Answer::Yes);
+    ASSERT_GE(ui.messages.size(), 1u);
+    const auto& m = ui.messages[0];
+    EXPECT_EQ(m.text, "*** WARNING ***\r\nHAS User / Password protection has been removed???");
+    EXPECT_EQ(m.title, "REMOVED SECURITY");
+    EXPECT_EQ(m.buttons, Buttons::YesNo);
+    EXPECT_EQ(m.icon, Icon::Question);
+    EXPECT_TRUE(w.cmdFind()->isEnabled());
+    EXPECT_TRUE(w.action("mnuDatabase")->isEnabled());
+    EXPECT_EQ(w.focusWidget(), w.cmdFind());
+}
+
+TEST_F(ShellTest, SecurityQuestionNoLeavesOnlyClosing) {
+    auto& w = load(Answer::No);
+    EXPECT_FALSE(w.cmdFind()->isEnabled());
+    EXPECT_FALSE(w.action("mnuDatabase")->isEnabled());
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_TRUE(w.cmdClose()->isEnabled());
+    EXPECT_TRUE(w.action("mnuExit")->isEnabled());
+    // The rest of the start-up runs all the same.
+    EXPECT_EQ(help.shown.size(), 1u);
+    EXPECT_FALSE(w.action("mnuAnalyse")->isEnabled());
+}
+
+TEST_F(ShellTest, FirstRunOpensHelpMaximisedAndRecordsIt) {
+    load();
+    ASSERT_EQ(help.shown.size(), 1u);
+    EXPECT_EQ(help.shown[0].file, program.path().string() + "/help/index.html");
+    EXPECT_EQ(help.shown[0].style, ui::WindowStyle::MaximizedFocus);
+    EXPECT_EQ(settings.ReadSetting("Run", "FirstTime", "?"), "No");
+    EXPECT_EQ(ui.messages.size(), 1u);  // the security question only
+}
+
+TEST_F(ShellTest, LaterRunOrOtherCaseOfYesOpensNoHelp) {
+    for (const char* value : {"No", "yes", "no"}) {
+        settings.WriteSetting("Run", "FirstTime", value);
+        ui.messages.clear();
+        window_.reset();
+        load();
+        EXPECT_TRUE(help.shown.empty()) << value;
+        EXPECT_EQ(ui.messages.size(), 1u) << value;
+        EXPECT_EQ(settings.ReadSetting("Run", "FirstTime", "?"), value);
+    }
+}
+
+TEST_F(ShellTest, MissingHelpViewerIsReportedAtEveryStart) {
+    help.isPresent = false;
+    program.write("Quarrylantern.ini", "[Paths]\nEditor=vi\n");  // no section Run: a first run
+    for (int start = 0; start < 2; ++start) {
+        ui.messages.clear();
+        window_.reset();
+        load();
+        ASSERT_EQ(ui.messages.size(), 2u);
+        const auto& m = ui.messages[1];
+        EXPECT_EQ(m.text,
+                  "Can't find Compiled Help Viewer file HH.EXE to run the Help File\r\n"
+                  "Please locate this file and copy it to\r\n"
+                  "/usr/bin/ directory please");
+        EXPECT_EQ(m.title, "MISSING COMPILED HELP VIEWER FILE");
+        EXPECT_EQ(m.icon, Icon::Information);
+        EXPECT_EQ(m.buttons, Buttons::OK);
+    }
+    EXPECT_EQ(TempFolder::read(program / "Quarrylantern.ini"), "[Paths]\nEditor=vi\n");
+    // Once the viewer is there, the help opens and the key is written.
+    help.isPresent = true;
+    window_.reset();
+    load();
+    EXPECT_EQ(help.shown.size(), 1u);
+    EXPECT_EQ(settings.ReadSetting("Run", "FirstTime", "?"), "No");
+}
+
+}  // namespace
+}  // namespace ql::test
