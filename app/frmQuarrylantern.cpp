@@ -117,7 +117,9 @@ frmQuarrylantern::frmQuarrylantern(Services services, QWidget* parent)
     pgb_->setObjectName(QStringLiteral("pgb"));
     pgb_->setTextVisible(false);
     pgb_->setValue(0);
+    pgb_->hide();  // shown while long work reports progress
     bottom->addWidget(pgb_, 1);
+    bottom->addStretch();
     // The count-down label only serves Delay; it is not for the user's eyes.
     lblCount_ = new QLabel(QStringLiteral("0"), central);
     lblCount_->setObjectName(QStringLiteral("lblCount"));
@@ -159,7 +161,7 @@ frmQuarrylantern::frmQuarrylantern(Services services, QWidget* parent)
     });
     currentTab_ = SSTab_->currentIndex();
 
-    resize(860, 580);
+    resize(980, 580);
 }
 
 frmQuarrylantern::~frmQuarrylantern() = default;
