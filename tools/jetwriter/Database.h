@@ -75,6 +75,7 @@ private:
     PageSet dataPages_;
     std::vector<BuiltIndex> indexes_;
     Bytes rowBuf_;
+    std::vector<Bytes> keys_;
     std::uint64_t rows_ = 0;
     std::int64_t maxAuto_ = 0;
     bool finished_ = false;

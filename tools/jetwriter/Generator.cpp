@@ -132,7 +132,7 @@ Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers)
     // chain of pages.
     const std::uint64_t kind = d.below(1000);
     if (kind < 100) r[14] = Value::null();
-    else if (kind < 850) r[14] = Value::ofText(words(d, 0, 60));
+    else if (kind < 850) r[14] = Value::ofText(words(d, 1, 60)); // mdbtools shows "" as NULL
     else if (kind < 995) r[14] = Value::ofText(words(d, 200, 3000));
     else r[14] = Value::ofText(words(d, 5000, 20000));
     if (d.below(20) == 0) {

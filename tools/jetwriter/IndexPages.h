@@ -19,6 +19,7 @@ public:
     IndexPageWriter(PageFile& file, std::uint32_t tdefPage) : file_(file), tdef_(tdefPage) {}
     // `key` must not sort before the previous one; `rowPointer` is page << 8 | row.
     void add(const Bytes& key, std::uint32_t rowPointer);
+    bool accepts(const Bytes& key) const { return !any_ || !(key < lastKey_); }
     // Writes the remaining leaf and the node levels above the leaves; returns the root page.
     // An index without entries gets one empty leaf as its root.
     std::uint32_t finish();

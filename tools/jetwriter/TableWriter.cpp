@@ -102,6 +102,17 @@ void TableWriter::addRow(const Row& row)
         const Value& v = (*use)[c.number];
         if (v.kind == Value::Kind::Integer) maxAuto_ = std::max(maxAuto_, v.integer);
     }
+    // Keys are checked before the row is placed, so a refused row leaves nothing behind.
+    keys_.clear();
+    for (BuiltIndex& b : indexes_) {
+        if (!b.longKeyColumn) continue;
+        const Value& v = (*use)[*b.longKeyColumn];
+        if (v.kind != Value::Kind::Integer) throw std::invalid_argument("primary key of " + def_.name + " is null");
+        if (v.integer < INT32_MIN || v.integer > INT32_MAX) throw std::invalid_argument("primary key out of range");
+        keys_.push_back(longIndexKey(static_cast<std::int32_t>(v.integer)));
+        if (!b.pages->accepts(keys_.back()))
+            throw std::invalid_argument("primary key values of " + def_.name + " must be written in ascending order");
+    }
     encoder_.encode(*use, rowBuf_);
     if (pageOpen_ && !page_.fits(rowBuf_.size())) flushDataPage();
     if (!pageOpen_) {
@@ -112,12 +123,9 @@ void TableWriter::addRow(const Row& row)
     }
     const std::uint8_t r = page_.add(rowBuf_.data(), rowBuf_.size());
     const std::uint32_t ptr = pageNo_ << 8 | r;
-    for (BuiltIndex& b : indexes_) {
-        if (!b.longKeyColumn) continue;
-        const Value& v = (*use)[*b.longKeyColumn];
-        if (v.kind != Value::Kind::Integer) throw std::invalid_argument("primary key of " + def_.name + " is null");
-        b.pages->add(longIndexKey(static_cast<std::int32_t>(v.integer)), ptr);
-    }
+    std::size_t k = 0;
+    for (BuiltIndex& b : indexes_)
+        if (b.longKeyColumn) b.pages->add(keys_[k++], ptr);
     ++rows_;
 }
 

@@ -51,7 +51,10 @@ Bytes encodeUsageMap(const PageSet& pages, PageFile& file, std::uint32_t inlineB
     for (std::uint32_t j = 0; j < mapPages; ++j) {
         const std::uint32_t lo = j * kPagesPerMapPage;
         const std::uint32_t hi = lo + kPagesPerMapPage;
-        if (pages.last() < lo || pages.first() >= hi) {
+        bool any = false;
+        for (std::uint32_t p = std::max(lo, pages.first()); p <= std::min(hi - 1, pages.last()) && !any; ++p)
+            any = pages.contains(p);
+        if (!any) {
             put32(row, 0);
             continue;
         }
