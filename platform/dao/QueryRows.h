@@ -13,7 +13,7 @@ namespace ql::dao {
 // One row of MSysQueries. Texts are UTF-8; a column that is Null is empty.
 struct QueryRow {
     int attribute = 0;
-    std::vector<std::uint8_t> order;  // the Order key; empty when Null
+    std::vector<std::uint8_t> order;  // the Order key (a big-endian counter per attribute); empty when Null
     std::optional<std::string> name1;
     std::optional<std::string> name2;
     std::optional<std::string> expression;
