@@ -543,6 +543,23 @@ std::string CStr(const Variant& value) {
         value);
 }
 
+double localDays(std::time_t seconds) {
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    // The wall-clock fields, counted as if they were UTC, give local days.
+    const std::time_t asUtc = timegm(&local);
+    return static_cast<double>(asUtc) / SecondsPerDay - static_cast<double>(DateZeroFromUnixEpoch);
+}
+
+double Now() { return localDays(std::time(nullptr)); }
+
+double Time() {
+    const double now = Now();
+    return now - std::floor(now);
+}
+
+double Today() { return std::floor(Now()); }
+
 std::string Str(double value) {
     std::string text = doubleText(value);
     if (text.rfind("0.", 0) == 0) text.erase(0, 1);

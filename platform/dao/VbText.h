@@ -3,6 +3,7 @@
 // conventions: what CStr, Str, Val, IsNumeric and Format give for the values
 // the program shows or writes.
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 #include "platform/dao/Variant.h"
@@ -22,6 +23,13 @@ std::string currencyText(std::int64_t tenThousandths);  // "12.75", "-3", "0.000
 std::string dateText(double days);
 std::string timeText(double days);                // the long time of day: "2:05:09 PM"
 std::string shortDateText(double days);           // "3/7/2001"
+
+// A moment as a VB date in local wall-clock time, whole seconds (what Now,
+// Time and the file dates give). Days since 1899-12-30.
+double localDays(std::time_t seconds);
+double Now();    // the current local date and time
+double Time();   // the current local time of day (day 0)
+double Today();  // VB's Date: today at midnight
 
 // Str: a leading blank for numbers >= 0, no zero before the point (" .5").
 std::string Str(double value);

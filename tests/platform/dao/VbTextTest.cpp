@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <limits>
 
 #include "platform/RuntimeError.h"
@@ -174,6 +176,26 @@ TEST(VbFormat, DatePatterns) {
     EXPECT_EQ(Format(when, "\"Q\"q yyyy"), "Q1 2024");
     // Numbers are read as dates by a date pattern.
     EXPECT_EQ(Format(36526.0, "yyyy-mm-dd"), "2000-01-01");
+}
+
+TEST(VbClock, LocalWallClockAsDays) {
+    const char* saved = std::getenv("TZ");
+    const std::string previous = saved ? saved : "";
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    EXPECT_EQ(localDays(0), 25569);
+    EXPECT_EQ(CStr(Date{localDays(951782400 + 13 * 3600 + 5)}), "2/29/2000 1:00:05 PM");
+    setenv("TZ", "EST5", 1);
+    tzset();
+    EXPECT_EQ(CStr(Date{localDays(0)}), "12/31/1969 7:00:00 PM");
+    const double now = Now();
+    EXPECT_GE(now - Today(), 0);
+    EXPECT_LT(now - Today(), 1);
+    EXPECT_GE(Time(), 0);
+    EXPECT_LT(Time(), 1);
+    if (saved) setenv("TZ", previous.c_str(), 1);
+    else unsetenv("TZ");
+    tzset();
 }
 
 TEST(VbFixedWidth, PaddedOrCutToExactWidth) {
