@@ -100,7 +100,7 @@ TableDef ordersTable()
     return t;
 }
 
-Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers)
+Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers, bool lightMemos)
 {
     Dice d(seed, i, 1);
     Row r(16);
@@ -130,10 +130,12 @@ Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers)
     r[13] = Value::ofText(tag);
     // Mostly short notes (kept in the row), some a page long (one LVAL row), a few that need a
     // chain of pages.
-    const std::uint64_t kind = d.below(1000);
-    if (kind < 100) r[14] = Value::null();
-    else if (kind < 850) r[14] = Value::ofText(words(d, 1, 60)); // mdbtools shows "" as NULL
-    else if (kind < 995) r[14] = Value::ofText(words(d, 200, 3000));
+    const std::uint64_t kind = d.below(10000);
+    const std::uint64_t single = lightMemos ? 9980 : 8500;
+    const std::uint64_t chain = lightMemos ? 9999 : 9950;
+    if (kind < 1000) r[14] = Value::null();
+    else if (kind < single) r[14] = Value::ofText(words(d, 1, 60)); // mdbtools shows "" as NULL
+    else if (kind < chain) r[14] = Value::ofText(words(d, 200, 3000));
     else r[14] = Value::ofText(words(d, 5000, 20000));
     if (d.below(20) == 0) {
         std::string blob(20 + d.below(300), '\0');
@@ -165,7 +167,8 @@ GeneratorReport generate(const GeneratorOptions& o)
     if (o.tables < 2) throw std::invalid_argument("at least 2 tables (Orders and Customers)");
     GeneratorReport rep;
     Database db(o.out, o.database);
-    const std::uint64_t customers = std::max<std::uint64_t>(10, std::min<std::uint64_t>(o.rows / 50, 100000));
+    const std::uint64_t scale = o.targetBytes ? o.targetBytes / 200 : o.rows;
+    const std::uint64_t customers = std::max<std::uint64_t>(10, std::min<std::uint64_t>(scale / 50, 100000));
     {
         TableWriter& t = db.createTable(customersTable());
         for (std::uint64_t i = 0; i < customers; ++i) t.addRow(customersRow(o.seed, i));
@@ -177,7 +180,7 @@ GeneratorReport generate(const GeneratorOptions& o)
         const std::uint64_t limitPages = o.targetBytes / kPageSize;
         for (std::uint64_t i = 0;; ++i) {
             if (o.targetBytes ? db.file().pageCount() >= limitPages : i >= o.rows) break;
-            t.addRow(ordersRow(o.seed, i, customers));
+            t.addRow(ordersRow(o.seed, i, customers, o.lightMemos));
             ++rep.orderRows;
         }
         t.finish();

@@ -29,8 +29,8 @@ PageFile::~PageFile()
 
 std::uint32_t PageFile::allocate()
 {
-    // Page numbers are 24 bits wide in row pointers.
-    if (pageCount_ >= 0xFFFFFFu) throw std::length_error("database would exceed the page limit");
+    // Jet refuses files over 2 GB (and row pointers hold 24-bit page numbers anyway).
+    if (pageCount_ >= kMaxPages) throw std::length_error("database would exceed 2 GB, Jet's size limit");
     return pageCount_++;
 }
 

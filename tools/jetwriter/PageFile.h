@@ -10,6 +10,7 @@
 namespace ql::jetwriter {
 
 inline constexpr std::uint32_t kPageSize = 4096;
+inline constexpr std::uint32_t kMaxPages = (1u << 31) / kPageSize;
 
 class PageFile {
 public:
