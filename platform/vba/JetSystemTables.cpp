@@ -114,4 +114,10 @@ std::optional<std::vector<AccessStorageRow>> JetSystemTables::accessStorageRows(
     });
 }
 
+VbaProject openJetProject(const std::filesystem::path& path) {
+    const jet::Database db = jet::Database::open(path);
+    JetSystemTables tables(db);
+    return loadVbaProject(tables);
+}
+
 }  // namespace ql::vba

@@ -2,6 +2,9 @@
 // The system-table rows of an open Jet database, for the VBA project reader.
 #include "platform/jet/Database.h"
 #include "platform/vba/SystemTableRows.h"
+#include "platform/vba/VbaProject.h"
+
+#include <filesystem>
 
 namespace ql::vba {
 
@@ -26,5 +29,10 @@ private:
     const jet::Database& db_;
     std::vector<std::string> problems_;
 };
+
+// Opens the file read-only with the Jet reader and reads its VBA project:
+// the opener the automation stand-in uses. Throws ql::jet::Error when the
+// file cannot be opened.
+VbaProject openJetProject(const std::filesystem::path& path);
 
 }  // namespace ql::vba

@@ -1,6 +1,7 @@
 // The VBA projects of the real files of the corpus, read through our own Jet
 // reader. (MdbCrossCheckTest compares the rows it gives with mdbtools'.)
 #include "platform/vba/AccessObjectsImage.h"
+#include "platform/vba/Automation.h"
 #include "platform/vba/CompoundFile.h"
 #include "platform/vba/VbaProject.h"
 #include "tests/platform/vba/CorpusTables.h"
@@ -211,6 +212,36 @@ for path in ole.listdir(streams=True, storages=False):
         ++images;
     }
     EXPECT_GE(images, 10);
+}
+
+}  // namespace
+}  // namespace ql::vba
+
+namespace ql::vba {
+namespace {
+
+TEST(VbaCorpus, AutomationStandInReadsTheFileThroughTheJetReader) {
+    auto app = CreateObject("Access.Application", openJetProject);
+    app->OpenCurrentDatabase(ql::test::corpusFile("j4_database41.mdb"));
+    const auto module = app->Modules("Module1");
+    EXPECT_EQ(module->CountOfLines(), 2);
+    EXPECT_EQ(module->Lines(1, 1), "Option Compare Database");
+    app->CloseCurrentDatabase();
+    app->OpenCurrentDatabase(ql::test::corpusFile("j4_database41.mde"));
+    try {
+        app->Modules("Module1");
+        ADD_FAILURE() << "compiled-only module read";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number(), automation_errors::ModuleCompiledOnly);
+    }
+    app->CloseCurrentDatabase();
+    try {
+        app->OpenCurrentDatabase(ql::test::corpusDir() / "no such file.mdb");
+        ADD_FAILURE() << "opened a missing file";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number(), automation_errors::CannotOpenDatabase);
+    }
+    app->Quit(2);
 }
 
 }  // namespace
