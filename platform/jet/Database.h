@@ -98,6 +98,9 @@ struct OpenOptions {
     std::uint16_t codePageOverride = 0;
 };
 
+// A Database and everything read from it (cursors, long values) share one
+// page cache and text converter: use them from one thread at a time. Copies
+// of a Database are cheap and share the open file.
 class Database {
 public:
     // Opens a file read-only. Throws Error with kind FileMissing,

@@ -294,27 +294,30 @@ TEST(DamagedLongValue, BrokenChainsAndCapsAreErrors) {
 // Random single-byte damage anywhere after the header: whatever happens, it
 // is a result or an Error.
 TEST(DamagedFile, RandomByteDamageNeverCrashes) {
-    const std::vector<std::uint8_t> original = load("j3_querytest.mdb");
-    std::mt19937 random(20261123);
-    for (int round = 0; round < 150; ++round) {
-        std::vector<std::uint8_t> file = original;
-        for (int k = 0; k < 8; ++k) {
-            std::uniform_int_distribution<std::size_t> where(2048, file.size() - 1);
-            file[where(random)] = static_cast<std::uint8_t>(random());
-        }
-        try {
-            const Database db = Database::openBuffer(std::move(file));
-            for (const CatalogEntry& e : db.catalogue()) {
-                if (e.type != kObjectLocalTable) continue;
-                try {
-                    const TableDef def = db.tableDef(e.tdefPage(), e.name);
-                    db.liveRecordCount(def);
-                    scan(db, def);
-                    db.properties(e.lvProp(1 << 20));
-                } catch (const Error&) {
-                }
+    for (const char* name : {"j3_querytest.mdb", "j4_querytest2003.mdb", "j3_enc_jackcess.mdb"}) {
+        const std::vector<std::uint8_t> original = load(name);
+        const std::size_t pageSize = original[0x14] == 0 ? 2048 : 4096;
+        std::mt19937 random(20261123);
+        for (int round = 0; round < 100; ++round) {
+            std::vector<std::uint8_t> file = original;
+            for (int k = 0; k < 8; ++k) {
+                std::uniform_int_distribution<std::size_t> where(pageSize, file.size() - 1);
+                file[where(random)] = static_cast<std::uint8_t>(random());
             }
-        } catch (const Error&) {
+            try {
+                const Database db = Database::openBuffer(std::move(file));
+                for (const CatalogEntry& e : db.catalogue()) {
+                    if (e.type != kObjectLocalTable) continue;
+                    try {
+                        const TableDef def = db.tableDef(e.tdefPage(), e.name);
+                        db.liveRecordCount(def);
+                        scan(db, def);
+                        db.properties(e.lvProp(1 << 20));
+                    } catch (const Error&) {
+                    }
+                }
+            } catch (const Error&) {
+            }
         }
     }
 }
