@@ -9,7 +9,6 @@ namespace ql::report {
 
 namespace {
 
-const char* const TitleLine = "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************";
 const char* const RuleLine = "=======================================================================";
 
 std::string trimBlanks(const std::string& text) {
@@ -20,7 +19,13 @@ std::string trimBlanks(const std::string& text) {
 
 }  // namespace
 
-std::string attributionYears(int year) { return " Copyright (C) 2003-" + std::to_string(year); }
+std::string attributionYears(int year) { return "Copyright (C) 2003-" + std::to_string(year); }
+
+namespace {
+std::string contactText(const ContactLine& contact) {
+    return std::string(" ") + contact.label + " " + contact.address;
+}
+}  // namespace
 
 void WriteHeaderToFile(const std::string& outputPath, short format, const HeaderFacts& facts,
                        int& writeMode, const std::string& scratchFolder) {
@@ -48,11 +53,11 @@ void WriteHeaderToFile(const std::string& outputPath, short format, const Header
         " Access Database: " + facts.databasePath,
         " System Database: " + facts.systemDbPath,
         "",
-        attributionYears(facts.year),
-        MakerName,
+        " " + attributionYears(facts.year),
+        std::string(" ") + MakerName,
         "",
-        SupportLine,
-        WebLine,
+        contactText(SupportContact),
+        contactText(WebContact),
         RuleLine,
         closingLine,
     };

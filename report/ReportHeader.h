@@ -43,9 +43,16 @@ void RemoveXMLCloseTag(const std::string& outputPath, const std::string& scratch
 void CloseXmlReport(const std::string& outputPath, const std::string& scratchFolder);
 
 // The maker's lines shared by the text header and the workbook's header sheet.
-std::string attributionYears(int year);
-inline constexpr const char* MakerName = " Orvex Software";
-inline constexpr const char* SupportLine = " Support : support@orvex.example";
-inline constexpr const char* WebLine = " Web     : https://www.orvex.example/quarrylantern";
+std::string attributionYears(int year);  // "Copyright (C) 2003-<year>"
+inline constexpr const char* MakerName = "Orvex Software";
+struct ContactLine {
+    const char* label;
+    const char* address;
+};
+inline constexpr ContactLine SupportContact = {"Support :", "support@orvex.example"};
+inline constexpr ContactLine WebContact = {"Web     :", "https://www.orvex.example/quarrylantern"};
+
+inline constexpr const char* TitleLine =
+    "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************";
 
 }  // namespace ql::report
