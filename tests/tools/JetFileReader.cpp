@@ -98,6 +98,33 @@ std::vector<std::uint32_t> JetFileReader::usageMapPages(const std::vector<std::u
     return out;
 }
 
+std::vector<std::vector<std::uint8_t>> JetFileReader::tableRows(std::uint32_t tdefPage) const
+{
+    const auto def = tdef(tdefPage);
+    std::vector<std::vector<std::uint8_t>> rows;
+    for (std::uint32_t p : usageMapPages(row(le32(&def[0x37])))) {
+        const std::uint8_t* b = page(p);
+        if (b[0] != 0x01 || le32(b + 4) != tdefPage) throw std::runtime_error("owned map lists a foreign page");
+        for (unsigned r = 0; r < le16(b + 12); ++r)
+            if (!(le16(b + 14 + 2 * r) & 0xC000)) rows.push_back(row(p << 8 | r));
+    }
+    return rows;
+}
+
+std::vector<std::uint8_t> JetFileReader::variableField(const std::vector<std::uint8_t>& row, std::size_t columns,
+                                                       std::size_t varIndex)
+{
+    const std::size_t n = row.size();
+    const std::size_t mask = (columns + 7) / 8;
+    if (n < mask + 2) throw std::runtime_error("row too short");
+    const std::size_t nvar = le16(&row[n - mask - 2]);
+    if (varIndex >= nvar) return {};
+    const std::size_t start = le16(&row[n - mask - 4 - 2 * varIndex]);
+    const std::size_t end = le16(&row[n - mask - 6 - 2 * varIndex]);
+    if (start > end || end > n) throw std::runtime_error("variable offsets out of order");
+    return {row.begin() + static_cast<std::ptrdiff_t>(start), row.begin() + static_cast<std::ptrdiff_t>(end)};
+}
+
 std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t root, std::size_t keySize) const
 {
     // Entry boundaries come from the page bitmap, read the way mdbtools reads it.

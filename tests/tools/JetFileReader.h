@@ -25,6 +25,12 @@ public:
     // Pages a usage-map row marks (inline or reference form).
     std::vector<std::uint32_t> usageMapPages(const std::vector<std::uint8_t>& map) const;
 
+    // Every row of the table defined at `tdefPage`, in page order, through its owned map.
+    std::vector<std::vector<std::uint8_t>> tableRows(std::uint32_t tdefPage) const;
+    // A variable-length field of a Jet 4 row, or nothing when the row has fewer fields.
+    static std::vector<std::uint8_t> variableField(const std::vector<std::uint8_t>& row, std::size_t columns,
+                                                   std::size_t varIndex);
+
     struct IndexEntry {
         std::vector<std::uint8_t> key;
         std::uint32_t pointer;

@@ -9,6 +9,9 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <set>
+#include <tuple>
 
 namespace ql::jetwriter::test {
 namespace {
@@ -123,6 +126,35 @@ TEST(JetWriterText, CompressesOnlyWhenEveryCharacterFitsOneByte)
     EXPECT_EQ((Bytes{0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}),
               encodeGuid("{00112233-4455-6677-8899-AABBCCDDEEFF}"));
     EXPECT_THROW(encodeGuid("{0011}"), std::invalid_argument);
+}
+
+TEST(JetWriterQueries, RowsOfOneAttributeAreNumberedFromOne)
+{
+    TempDir dir;
+    {
+        Database db(dir.file("q.mdb"), {});
+        db.addQuery(selectQuery("q1", "T", {"a", "b", "c"}, "T.a>1"));
+        db.addQuery(unionQuery("q2", "SELECT a FROM T", "SELECT b FROM T", true));
+        db.close();
+    }
+    const JetFileReader r(dir.file("q.mdb"));
+    std::set<std::tuple<std::uint32_t, int, std::uint32_t>> seen;
+    std::map<std::pair<std::uint32_t, int>, std::uint32_t> highest;
+    const auto rows = r.tableRows(4); // MSysQueries
+    ASSERT_EQ(2u * 3 + 5 + 4, rows.size()) << "0, 1, 255 per query + select's 3,5,6,6,6,8 + union's 3,5,5";
+    for (const auto& row : rows) {
+        const std::uint32_t object = le32(&row[2]);
+        const int attribute = row[6];
+        const auto order = JetFileReader::variableField(row, 8, 0);
+        ASSERT_EQ(4u, order.size());
+        const std::uint32_t n = std::uint32_t(order[0]) << 24 | order[1] << 16 | order[2] << 8 | order[3];
+        EXPECT_TRUE(seen.emplace(object, attribute, n).second) << "(ObjectId, Attribute, Order) repeats";
+        const auto key = std::make_pair(object, attribute);
+        EXPECT_EQ(highest[key] + 1, n) << "attribute " << attribute;
+        highest[key] = n;
+    }
+    const auto q1Columns = std::make_pair(0x80000008u, 6);
+    EXPECT_EQ(3u, highest[q1Columns]) << "q1 has three columns";
 }
 
 class JetWriterTable : public ::testing::Test {

@@ -310,11 +310,17 @@ void Database::writeSystemTables()
 
     for (const auto& [id, q] : queries_) {
         const QueryCodes codes = codesOf(q.kind);
+        std::map<std::uint8_t, std::uint32_t> order;
         auto emit = [&](std::uint8_t attr, std::optional<std::int16_t> flag, const std::string& n1,
                         const std::string& n2, const std::string& expr) {
             Row r(8);
             r[0] = Value::of(id);
             r[1] = Value::of(attr);
+            // Order numbers the rows of one attribute from 1, big-endian, as Access does; it keeps
+            // (ObjectId, Attribute, Order) unique.
+            const std::uint32_t n = ++order[attr];
+            r[2] = Value::ofText(std::string{static_cast<char>(n >> 24), static_cast<char>(n >> 16),
+                                             static_cast<char>(n >> 8), static_cast<char>(n)});
             if (!n1.empty()) r[3] = Value::ofText(n1);
             if (!n2.empty()) r[4] = Value::ofText(n2);
             if (!expr.empty()) r[5] = Value::ofText(expr);
