@@ -109,6 +109,40 @@ TableDef msysRelationships()
     return t;
 }
 
+// Tables Access itself adds to a new database; Jet does not need them, but readers list them.
+std::vector<TableDef> accessSystemTables()
+{
+    TableDef objects{"MSysAccessObjects", {col("Data", ColumnType::AccessObjectData), col("ID", ColumnType::Long)}, {}};
+    IndexDef ao = index("AOIndex", {"ID"}, true);
+    ao.primaryKey = true;
+    objects.indexes = {ao};
+
+    TableDef specs{"MSysIMEXSpecs", {}, {}};
+    specs.columns = {col("DateDelim", ColumnType::Text, 1),      col("DateFourDigitYear", ColumnType::Boolean),
+                     col("DateLeadingZeros", ColumnType::Boolean), col("DateOrder", ColumnType::Integer),
+                     col("DecimalPoint", ColumnType::Text, 1),   col("FieldSeparator", ColumnType::Text, 1),
+                     col("FileType", ColumnType::Integer),       col("SpecID", ColumnType::Long),
+                     col("SpecName", ColumnType::Text, 64),      col("SpecType", ColumnType::Byte),
+                     col("StartRow", ColumnType::Long),          col("TextDelim", ColumnType::Text, 1),
+                     col("TimeDelim", ColumnType::Text, 1)};
+    specs.columns[7].autoNumber = true;
+    IndexDef specKey = index("PrimaryKey", {"SpecName"}, true);
+    specKey.primaryKey = true;
+    specs.indexes = {specKey};
+
+    TableDef cols{"MSysIMEXColumns", {}, {}};
+    cols.columns = {col("Attributes", ColumnType::Long), col("DataType", ColumnType::Integer),
+                    col("FieldName", ColumnType::Text, 64), col("IndexType", ColumnType::Byte),
+                    col("SkipColumn", ColumnType::Boolean), col("SpecID", ColumnType::Long),
+                    col("Start", ColumnType::Integer), col("Width", ColumnType::Integer)};
+    IndexDef colKey = index("PrimaryKey", {"SpecID", "FieldName"}, true);
+    colKey.primaryKey = true;
+    cols.indexes = {colKey, index("Index1", {"SpecID", "Start"}, false)};
+    return {objects, specs, cols};
+}
+
+constexpr std::int32_t kAccessSystemObject = 0x2;
+
 std::string bytesOf(const Bytes& b) { return std::string(b.begin(), b.end()); }
 
 // A property blob with the database's own properties: only AccessVersion, which tells readers
@@ -224,6 +258,8 @@ Database::Database(const std::string& path, DatabaseOptions options)
     system(msysQueries(), kMSysQueriesPage);
     system(msysRelationships(), kMSysRelationshipsPage);
 
+    for (const TableDef& def : accessSystemTables()) createTable(def).catalogFlags_ = kAccessSystemObject;
+
     catalog_.push_back({kTablesContainer, kTopLevel, "Tables", objtype::Container, kJetSystemObject, kEngineSid, {}});
     catalog_.push_back(
         {kDatabasesContainer, kTopLevel, "Databases", objtype::Container, kJetSystemObject, kEngineSid, {}});
@@ -258,8 +294,8 @@ TableWriter& Database::createTable(const TableDef& def)
 void Database::tableFinished(const TableWriter& t)
 {
     if (t.layout().system) return;
-    catalog_.push_back({static_cast<std::int32_t>(t.tdefPage()), kTablesContainer, t.name(), objtype::Table, 0,
-                        kAdminSid, {}});
+    catalog_.push_back({static_cast<std::int32_t>(t.tdefPage()), kTablesContainer, t.name(), objtype::Table,
+                        t.catalogFlags_, kAdminSid, {}});
 }
 
 void Database::addQuery(const QueryDef& query)

@@ -79,6 +79,8 @@ private:
     std::uint64_t rows_ = 0;
     std::int64_t maxAuto_ = 0;
     bool finished_ = false;
+    std::int32_t catalogFlags_ = 0;
+    friend class Database;
 };
 
 enum class QueryKind { Select, Crosstab, Delete, Update, Append, MakeTable, DataDefinition, PassThrough, Union };

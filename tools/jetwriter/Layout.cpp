@@ -18,6 +18,7 @@ std::uint16_t fixedSizeOf(ColumnType t)
     case ColumnType::DateTime: return 8;
     case ColumnType::Guid: return 16;
     case ColumnType::Decimal: return 17;
+    case ColumnType::AccessObjectData: return 3992;
     default: return 0;
     }
 }

@@ -174,6 +174,12 @@ void putFixed(std::uint8_t* at, const ColumnLayout& c, const Value& v)
         set32(at + 13, static_cast<std::uint32_t>(mag));
         break;
     }
+    case ColumnType::AccessObjectData: {
+        if (v.kind != Value::Kind::Text || v.text.size() > 3992)
+            throw std::invalid_argument("column " + c.def.name + " needs at most 3992 bytes");
+        std::memcpy(at, v.text.data(), v.text.size());
+        break;
+    }
     default: throw std::logic_error("not a fixed column type");
     }
 }

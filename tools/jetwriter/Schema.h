@@ -22,6 +22,8 @@ enum class ColumnType : std::uint8_t {
     Memo = 0x0C,
     Guid = 0x0F,
     Decimal = 0x10,
+    // Fixed 3992-byte binary, only in Access's MSysAccessObjects.
+    AccessObjectData = 0x11,
 };
 
 struct ColumnDef {
