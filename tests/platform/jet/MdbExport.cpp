@@ -54,6 +54,9 @@ std::vector<std::vector<std::string>> splitExport(const std::string& out) {
 
 std::string asMdbExport(const Value& value, const Column& column) {
     if (value.isNull()) return "";
+    // Types mdbtools does not know (the fixed 3992-byte binary of Jet 4's
+    // MSysAccessObjects) are printed as empty cells.
+    if (column.type == static_cast<std::uint8_t>(ColumnType::FixedBinary)) return "";
     if (const bool* b = value.get<bool>()) return *b ? "1" : "0";
     if (const auto* v = value.get<std::uint8_t>()) return std::to_string(*v);
     if (const auto* v = value.get<std::int16_t>()) return std::to_string(*v);
@@ -94,9 +97,19 @@ std::string asMdbExport(const Value& value, const Column& column) {
             }
         return hex(cut);
     }
-    if (const auto* v = value.get<std::string>()) return *v;
-    if (const auto* v = value.get<LongValue>()) return v->isMemo() ? v->text() : hex(v->bytes());
-    if (const auto* v = value.get<Guid>()) return v->toString();
+    // Text goes through C strings in mdbtools, which end at a NUL; Access
+    // stores one at the end of some MSysQueries expressions.
+    auto cString = [](std::string text) { return text.substr(0, text.find('\0')); };
+    if (const auto* v = value.get<std::string>()) return cString(*v);
+    if (const auto* v = value.get<LongValue>()) return v->isMemo() ? cString(v->text()) : hex(v->bytes());
+    if (const auto* v = value.get<Guid>()) {
+        // mdbtools treats a GUID as binary in "-b hex" mode and hex-encodes
+        // the text it made of it, which lacks the hyphen before the last
+        // group: {8-4-4-16}.
+        std::string text = v->toString();
+        text.erase(text.rfind('-'), 1);
+        return hex(Binary(text.begin(), text.end()));
+    }
     if (const auto* v = value.get<Decimal>()) return v->toString();
     return "?";
 }
