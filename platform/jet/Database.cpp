@@ -242,6 +242,12 @@ const CatalogEntry* Database::findObject(const std::string& name, std::int16_t t
     return nullptr;
 }
 
+const CatalogEntry* Database::findById(std::int32_t id) const {
+    for (const CatalogEntry& e : impl_->catalogue)
+        if (e.id == id) return &e;
+    return nullptr;
+}
+
 const CatalogEntry* Database::findTable(const std::string& name) const {
     return findObject(name, kObjectLocalTable);
 }

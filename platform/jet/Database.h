@@ -121,6 +121,8 @@ public:
     const CatalogEntry* findTable(const std::string& name) const;
     // Any catalogue object of the given type by name (case-insensitive).
     const CatalogEntry* findObject(const std::string& name, std::int16_t type) const;
+    // The object with this Id (a table's Id & 0xFFFFFF is its TDEF page).
+    const CatalogEntry* findById(std::int32_t id) const;
 
     // A table definition, read when asked. Throws NotFound (by name) or
     // Damaged/Truncated.

@@ -112,6 +112,8 @@ TEST(Catalogue, TablesByNameAndSystemObjects) {
     EXPECT_THROW(db.tableDef("no such table"), Error);
     const TableDef def = db.tableDef("Orders");
     EXPECT_EQ(def.page, db.findTable("Orders")->tdefPage());
+    ASSERT_NE(db.findById(db.findTable("Orders")->id), nullptr);
+    EXPECT_EQ(db.findById(db.findTable("Orders")->id)->name, "Orders");
     ASSERT_FALSE(def.indexes.empty());
     bool primary = false;
     for (const LogicalIndex& ix : def.indexes)
