@@ -174,6 +174,80 @@ const std::map<std::pair<std::string, std::string>, std::pair<std::uint32_t, std
     {{"j4_babnach_ru.mdb", "\xD1\x81\xD0\xBE\xD1\x82\xD1\x80\xD1\x83\xD0\xB4\xD0\xBD\xD0\xBA\xD0\xB8"}, {12, 15}},
 };
 
+bool isAscii(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+std::string lowerAscii(std::string text) {
+    for (char& c : text) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+// mdb-schema's PostgreSQL dialect lists the indexes DAO shows (not the
+// relationship ones) as "CREATE [UNIQUE] INDEX ... ON "table" (cols)" and
+// "ALTER TABLE "table" ADD CONSTRAINT ... PRIMARY KEY (cols)", with every
+// name lowercased. Compared: kind and columns per table, for ASCII names
+// (lowercasing elsewhere is mdbtools' business, not the format's).
+TEST_P(CorpusFile, IndexesEqualMdbSchema) {
+    const Database db = Database::open(path());
+    const auto out = runProgram({"mdb-schema", "--indexes", "--no-relations", path(), "postgres"},
+                                ql::test::mdbEnvironment(db.header()));
+    ASSERT_EQ(out.exitCode, 0);
+    std::multiset<std::string> theirs;
+    for (const std::string& line : lines(out.out)) {
+        std::string kind, table;
+        std::size_t tableStart;
+        if (line.rfind("CREATE INDEX ", 0) == 0 || line.rfind("CREATE UNIQUE INDEX ", 0) == 0) {
+            kind = line.rfind("CREATE UNIQUE", 0) == 0 ? "unique" : "index";
+            tableStart = line.find(" ON \"") + 5;
+        } else if (line.rfind("ALTER TABLE \"", 0) == 0 && line.find("PRIMARY KEY") != std::string::npos) {
+            kind = "primary";
+            tableStart = 13;
+        } else {
+            continue;
+        }
+        table = line.substr(tableStart, line.find('"', tableStart) - tableStart);
+        const std::size_t open = line.rfind('(');
+        std::string columns = line.substr(open + 1, line.rfind(')') - open - 1);
+        columns.erase(std::remove(columns.begin(), columns.end(), '"'), columns.end());
+        if (isAscii(table) && isAscii(columns)) theirs.insert(table + " " + kind + " " + columns);
+    }
+    std::multiset<std::string> ours;
+    for (const CatalogEntry* e : userTables(db)) {
+        const TableDef def = db.tableDef(e->tdefPage(), e->name);
+        for (const LogicalIndex& ix : def.indexes) {
+            if (ix.isForeignKey()) continue;
+            std::string columns;
+            for (const IndexColumn& c : ix.columns)
+                columns += (columns.empty() ? "" : ", ") + lowerAscii(c.name) + (c.ascending ? "" : " DESC");
+            const std::string kind = ix.isPrimary() ? "primary" : ix.isUnique() ? "unique" : "index";
+            if (isAscii(e->name) && isAscii(columns)) ours.insert(lowerAscii(e->name) + " " + kind + " " + columns);
+        }
+    }
+    EXPECT_EQ(ours, theirs);
+    if (GetParam() == "j3_nwind_krystek.mdb") {
+        EXPECT_EQ(ours.size(), 27u);  // the comparison is not empty
+    }
+}
+
+TEST(Indexes, RelationshipIndexesPointAtTheOtherTable) {
+    const Database db = Database::open(corpusFile("j3_nwind_krystek.mdb"));
+    const TableDef orders = db.tableDef("Orders");
+    const LogicalIndex* link = nullptr;
+    const LogicalIndex* plain = nullptr;
+    for (const LogicalIndex& ix : orders.indexes) {
+        if (ix.name == "CustomersOrders") link = &ix;
+        if (ix.name == "CustomerID") plain = &ix;
+    }
+    ASSERT_TRUE(link && plain);
+    EXPECT_TRUE(link->isForeignKey());
+    EXPECT_EQ(link->relationshipSide, 2);  // Orders holds the foreign key
+    EXPECT_EQ(link->otherTablePage, db.findTable("Customers")->tdefPage());
+    EXPECT_EQ(link->realIndex, plain->realIndex);  // one B-tree serves both
+    ASSERT_EQ(link->columns.size(), 1u);
+    EXPECT_EQ(link->columns[0].name, "CustomerID");
+}
+
 TEST_P(CorpusFile, CountsEqualMdbCountAndTheScan) {
     const Database db = Database::open(path());
     for (const CatalogEntry& e : db.catalogue()) {
