@@ -1,6 +1,5 @@
 #include "viewers/About.h"
 #include "viewers/EditorChoice.h"
-#include "viewers/Help.h"
 #include "viewers/WebSite.h"
 
 #include <gtest/gtest.h>
@@ -22,17 +21,6 @@ using ql::ui::WindowStyle;
 
 namespace {
 
-struct FakeViewer : HelpViewer {
-    bool isPresent = true;
-    std::vector<std::pair<std::string, int>> shown;
-    std::vector<WindowStyle> styles;
-    bool present() const override { return isPresent; }
-    void show(const std::string& file, int context, WindowStyle style) override {
-        shown.emplace_back(file, context);
-        styles.push_back(style);
-    }
-};
-
 struct EditorFixture : testing::Test {
     TempFolder program, user;
     SettingsFile settings{program.path(), user.path()};
@@ -40,24 +28,6 @@ struct EditorFixture : testing::Test {
     ScriptedUi ui;
     EditorChoice choice{values, settings, ui};
 };
-
-TEST_F(EditorFixture, FormShowsTheKindAndTheStoredCommand) {
-    values.editorKind = EditorKind::Text;
-    auto form = choice.Form_Initialize();
-    EXPECT_EQ(form.caption, "Locate User TEXT Editor");
-    EXPECT_EQ(form.lblWhich, "TEXT Editor...");
-    EXPECT_EQ(form.txtEditor, "Notepad.exe");  // nothing stored: the current command
-
-    values.editorKind = EditorKind::Xml;
-    values.XmlEditorPath = "/usr/bin/xmlstarlet";
-    form = choice.Form_Initialize();
-    EXPECT_EQ(form.caption, "Locate User XML Editor");
-    EXPECT_EQ(form.lblWhich, "XML Editor...");
-    EXPECT_EQ(form.txtEditor, "/usr/bin/xmlstarlet");
-
-    settings.WriteSetting("Paths", "XMLEditor", "/opt/xe");
-    EXPECT_EQ(choice.Form_Initialize().txtEditor, "/opt/xe");
-}
 
 TEST_F(EditorFixture, OkStoresForItsKindEvenWhenEmpty) {
     values.editorKind = EditorKind::Xml;
@@ -88,60 +58,6 @@ TEST_F(EditorFixture, BrowseOffersExecutablesAndKeepsTheTextOnCancel) {
     EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
 }
 
-struct HelpFixture : testing::Test {
-    TempFolder program, user;
-    SettingsFile settings{program.path(), user.path()};
-    FakeViewer viewer;
-    ScriptedUi ui;
-};
-
-TEST_F(HelpFixture, FirstRunShowsHelpOnceAndRecordsNo) {
-    EXPECT_TRUE(FirstRunHelp(settings, viewer, ui, "/usr/bin/", "/p/help/index.html"));
-    ASSERT_EQ(viewer.shown.size(), 1u);
-    EXPECT_EQ(viewer.shown[0].first, "/p/help/index.html");
-    EXPECT_EQ(viewer.styles[0], WindowStyle::MaximizedFocus);
-    EXPECT_EQ(settings.ReadSetting("Run", "FirstTime", "Yes"), "No");
-    EXPECT_FALSE(FirstRunHelp(settings, viewer, ui, "/usr/bin/", "/p/help/index.html"));
-    EXPECT_EQ(viewer.shown.size(), 1u);
-    EXPECT_TRUE(ui.messages.empty());
-}
-
-TEST_F(HelpFixture, OnlyAnExactYesIsAFirstRun) {
-    for (const char* value : {"yes", "YES", "no", " Yes2"}) {
-        settings.WriteSetting("Run", "FirstTime", value);
-        EXPECT_FALSE(FirstRunHelp(settings, viewer, ui, "/usr/bin/", "h")) << value;
-    }
-    EXPECT_TRUE(viewer.shown.empty());
-    settings.WriteSetting("Run", "FirstTime", "Yes");
-    EXPECT_TRUE(FirstRunHelp(settings, viewer, ui, "/usr/bin/", "h"));
-}
-
-TEST_F(HelpFixture, MissingViewerGivesTheMessageAtEveryStart) {
-    viewer.isPresent = false;
-    for (int start = 0; start < 2; ++start) {
-        EXPECT_FALSE(FirstRunHelp(settings, viewer, ui, "/usr/bin/", "h"));
-        ASSERT_EQ(ui.messages.size(), static_cast<std::size_t>(start + 1));
-        const auto& m = ui.messages.back();
-        EXPECT_EQ(m.text,
-                  "Can't find Compiled Help Viewer file HH.EXE to run the Help File\r\n"
-                  "Please locate this file and copy it to\r\n"
-                  "/usr/bin/ directory please");
-        EXPECT_EQ(m.title, "MISSING COMPILED HELP VIEWER FILE");
-        EXPECT_EQ(m.icon, Icon::Information);
-        EXPECT_EQ(m.buttons, Buttons::OK);
-    }
-    EXPECT_FALSE(std::filesystem::exists(settings.path()));
-}
-
-TEST_F(HelpFixture, ContextHelpOpensTopic100OrRaisesFileNotFound) {
-    ShowContextHelp(viewer, "h");
-    ASSERT_EQ(viewer.shown.size(), 1u);
-    EXPECT_EQ(viewer.shown[0].second, 100);
-    EXPECT_EQ(viewer.styles[0], WindowStyle::NormalFocus);
-    viewer.isPresent = false;
-    EXPECT_THROW(ShowContextHelp(viewer, "h"), ql::ui::RuntimeError);
-}
-
 TEST(WebSite, RegisteredCommandIsCutToItsProgramPart) {
     EXPECT_EQ(ProgramPartOfCommand("\"C:\\Program Files\\b\\browser.exe\" -nohome %1"),
               "\"C:\\Program Files\\b\\browser.exe\"");
@@ -162,19 +78,6 @@ TEST(WebSite, RegisteredCommandIsCutToItsProgramPart) {
     ASSERT_EQ(ui.started.size(), 1u);
     EXPECT_EQ(ui.started[0].commandLine, std::string("xdg-open ") + kMakerWebAddress);
     EXPECT_EQ(ui.started[0].style, WindowStyle::MaximizedFocus);
-}
-
-TEST(About, TextsCarryTheVersionAndTheTagline) {
-    const auto t = AboutBoxText(2, 1, 3);
-    EXPECT_EQ(t.version, "Version 2.1.3");
-    EXPECT_EQ(t.title, "Quarrylantern");
-    const auto first = t.description.find("\r\n");
-    const auto second = t.description.find("\r\n", first + 2);
-    ASSERT_NE(second, std::string::npos);
-    EXPECT_EQ(t.description.find("\r\n", second + 2), std::string::npos);  // three lines
-    EXPECT_NE(t.description.substr(0, first).find("Access application"), std::string::npos);
-    EXPECT_EQ(t.description.substr(first + 2, second - first - 2),
-              "Get the Code, Find the Controls, See what it REALLY looks like");
 }
 
 TEST(About, SystemInformationFromEitherKeyOrUnavailable) {
