@@ -262,6 +262,12 @@ TEST_F(GeneratedFile, QueriesRelationshipsIndexesAndPropertiesAreCatalogued)
     EXPECT_THAT(schema, HasSubstr("CREATE INDEX \"orders_customerid_idx\" ON \"orders\" (\"customerid\");"));
     EXPECT_THAT(schema, HasSubstr("Relationship from \"Orders\" (\"customerid\") to \"Customers\"(\"id\")"));
     EXPECT_THAT(run({"mdb-prop", path, "MSysDb"}).out, HasSubstr("AccessVersion: 08.50"));
+    const std::string props = run({"mdb-prop", path, "Orders"}).out;
+    EXPECT_THAT(props, HasSubstr("name: (none)\n\tDescription: Orders placed by customers\n"));
+    EXPECT_THAT(props, HasSubstr("name: CustomerID\n\tRequired: yes\n"));
+    EXPECT_THAT(props, HasSubstr("name: Notes\n\tDescription: Free text; some notes run over several pages\n"));
+    EXPECT_THAT(run({"mdb-schema", "-T", "Orders", "--not-null", path, "postgres"}).out,
+                HasSubstr("\"customerid\"\t\t\tINTEGER NOT NULL"));
 
     // The catalogue has the containers and documents Access keeps.
     const auto objects = exportTable(path, "MSysObjects");

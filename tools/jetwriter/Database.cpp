@@ -1,6 +1,7 @@
 #include "tools/jetwriter/Database.h"
 
 #include "tools/jetwriter/Header.h"
+#include "tools/jetwriter/Properties.h"
 
 #include <algorithm>
 #include <map>
@@ -145,32 +146,9 @@ constexpr std::int32_t kAccessSystemObject = 0x2;
 
 std::string bytesOf(const Bytes& b) { return std::string(b.begin(), b.end()); }
 
-// A property blob with the database's own properties: only AccessVersion, which tells readers
-// which Access wrote the file (08.50 = Access 2000).
-Bytes msysDbProperties()
-{
-    Bytes b{'M', 'R', '2', 0};
-    const std::string name = "AccessVersion";
-    Bytes names;
-    putName(names, name);
-    put32(b, static_cast<std::uint32_t>(6 + names.size()));
-    put16(b, 0x80);
-    b.insert(b.end(), names.begin(), names.end());
-    Bytes value = encodeText("08.50", false);
-    Bytes entry;
-    put16(entry, static_cast<std::uint16_t>(8 + value.size()));
-    put8(entry, 0);    // not a DDL property
-    put8(entry, 0x0A); // Text
-    put16(entry, 0);   // name index
-    put16(entry, static_cast<std::uint16_t>(value.size()));
-    entry.insert(entry.end(), value.begin(), value.end());
-    put32(b, static_cast<std::uint32_t>(6 + 6 + entry.size()));
-    put16(b, 0x00);
-    put32(b, 6); // header: its own length and an empty name
-    put16(b, 0);
-    b.insert(b.end(), entry.begin(), entry.end());
-    return b;
-}
+// The database's own properties: only AccessVersion, which tells readers which Access wrote the
+// file (08.50 = Access 2000).
+Bytes msysDbProperties() { return buildPropertyBlob({{"", {Property::text("AccessVersion", "08.50", true)}}}); }
 
 struct QueryCodes {
     std::int32_t objectFlags;
@@ -295,7 +273,7 @@ void Database::tableFinished(const TableWriter& t)
 {
     if (t.layout().system) return;
     catalog_.push_back({static_cast<std::int32_t>(t.tdefPage()), kTablesContainer, t.name(), objtype::Table,
-                        t.catalogFlags_, kAdminSid, {}});
+                        t.catalogFlags_, kAdminSid, tableProperties(t.def_)});
 }
 
 void Database::addQuery(const QueryDef& query)

@@ -90,6 +90,9 @@ TableDef ordersTable()
                  col("Tag", ColumnType::Binary, 16),
                  col("Notes", ColumnType::Memo),
                  col("Attachment", ColumnType::Ole)};
+    t.description = "Orders placed by customers";
+    t.columns[1].required = true;
+    t.columns[14].description = "Free text; some notes run over several pages";
     IndexDef byCustomer;
     byCustomer.name = "CustomerID";
     byCustomer.columns = {{"CustomerID", true}};

@@ -36,7 +36,8 @@ struct ColumnDef {
     bool autoNumber = false; // Long only
     std::uint8_t precision = 18; // Decimal
     std::uint8_t scale = 0;      // Decimal
-    bool required = false;
+    bool required = false;       // stored as the Required property
+    std::string description;     // stored as the Description property when not empty
 };
 
 struct IndexColumn {
@@ -57,6 +58,7 @@ struct TableDef {
     std::string name;
     std::vector<ColumnDef> columns;
     std::vector<IndexDef> indexes;
+    std::string description; // the table's Description property when not empty
 };
 
 // One cell. How it is read depends on the column type:
