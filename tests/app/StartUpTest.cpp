@@ -125,19 +125,19 @@ TEST_F(ShellTest, MenusCarryTheirNamesCaptionsAndOrder) {
     const auto bar = w.menuBar()->actions();
     ASSERT_EQ(bar.size(), 5);
     for (int m = 0; m < 5; ++m) {
-        const auto& spec = menus[m];
-        auto* menu = w.menu(spec.name);
-        ASSERT_NE(menu, nullptr) << spec.name;
+        const auto& expected = menus[m];
+        auto* menu = w.menu(expected.name);
+        ASSERT_NE(menu, nullptr) << expected.name;
         EXPECT_EQ(bar[m], menu->menuAction());
-        EXPECT_EQ(text(menu->title()), spec.caption);
+        EXPECT_EQ(text(menu->title()), expected.caption);
         const auto items = menu->actions();
-        ASSERT_EQ(items.size(), static_cast<qsizetype>(spec.items.size())) << spec.name;
-        for (std::size_t i = 0; i < spec.items.size(); ++i) {
-            EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->objectName()), spec.items[i].first);
-            if (*spec.items[i].second)
-                EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->text()), spec.items[i].second);
+        ASSERT_EQ(items.size(), static_cast<qsizetype>(expected.items.size())) << expected.name;
+        for (std::size_t i = 0; i < expected.items.size(); ++i) {
+            EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->objectName()), expected.items[i].first);
+            if (*expected.items[i].second)
+                EXPECT_EQ(text(items[static_cast<qsizetype>(i)]->text()), expected.items[i].second);
             else
-                EXPECT_TRUE(items[static_cast<qsizetype>(i)]->isSeparator()) << spec.items[i].first;
+                EXPECT_TRUE(items[static_cast<qsizetype>(i)]->isSeparator()) << expected.items[i].first;
         }
     }
 }
