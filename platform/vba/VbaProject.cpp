@@ -160,6 +160,8 @@ VbaProject projectFromModules2(const std::vector<Modules2Row>& rows, int databas
     for (const Modules2Row* row : modules2ModuleRows(rows)) {
         ProjectModule module;
         module.name = row->name;
+        // Standalone class modules share the standard modules' row type;
+        // only their hidden header tells them apart.
         module.kind = row->type == kModules2StandardModule ? ModuleKind::Procedural : ModuleKind::Document;
         try {
             const std::string* stream = nullptr;
@@ -170,7 +172,9 @@ VbaProject projectFromModules2(const std::vector<Modules2Row>& rows, int databas
             const auto offset = findSourceContainer(*stream);
             if (!offset)
                 throw VbaError(VbaErrorKind::CompiledOnly, "no source text is stored (compiled only)");
-            module.source.emplace(decompressContainer(*stream, *offset), project.codePage_);
+            const std::string text = decompressContainer(*stream, *offset);
+            if (text.find("\r\nAttribute VB_Base = ") != std::string::npos) module.kind = ModuleKind::Document;
+            module.source.emplace(text, project.codePage_);
         } catch (const VbaError& error) {
             recordModuleError(module, error);
         }

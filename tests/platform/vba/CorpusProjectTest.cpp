@@ -72,6 +72,15 @@ TEST(VbaCorpus, EveryContainerModuleHasItsSourceDecodedAndCounted) {
     EXPECT_EQ(modulesRead, 39);
 }
 
+// In Access 97 files a standalone class module has the standard modules' row
+// type; its kind comes from its text.
+TEST(VbaCorpus, Access97ClassModuleIsADocumentModule) {
+    const VbaProject project = projectOf("j3_rentals.mdb");
+    ASSERT_NE(project.find("clsAutoServ"), nullptr);
+    EXPECT_EQ(project.find("clsAutoServ")->kind, ModuleKind::Document);
+    EXPECT_EQ(project.find("convert")->kind, ModuleKind::Procedural);
+}
+
 TEST(VbaCorpus, CompiledOnlyDatabaseKeepsNamesButHasNoSource) {
     const VbaProject mdb = projectOf("j4_database41.mdb");
     const VbaProject mde = projectOf("j4_database41.mde");
