@@ -183,44 +183,53 @@ VbaProject projectFromModules2(const std::vector<Modules2Row>& rows, int databas
     return project;
 }
 
+VbaProject failedProject(ProjectLayout layout, int databaseCodePage, VbaErrorKind kind, std::string message) {
+    VbaProject project;
+    project.layout_ = layout;
+    project.codePage_ = chooseCodePage(0, databaseCodePage);
+    project.projectErrorKind_ = kind;
+    project.projectError_ = std::move(message);
+    return project;
+}
+
 VbaProject loadVbaProject(SystemTableSource& tables) {
     const int databaseCodePage = tables.databaseCodePage();
-    // Access 97 files opened by a later Access may also carry a converted
-    // copy in MSysAccessObjects; the original rows come first.
-    if (tables.jetVersion() == 3) {
-        if (auto rows = tables.modules2Rows(); rows && !modules2ModuleRows(*rows).empty())
-            return projectFromModules2(*rows, databaseCodePage);
-    } else if (auto rows = tables.accessStorageRows()) {
-        try {
-            AccessStorageTree tree(std::move(*rows));
-            if (hasVbaStorage(tree)) return projectFromStorage(tree, ProjectLayout::AccessStorage, databaseCodePage);
-        } catch (const VbaError& error) {
-            VbaProject project;
-            project.layout_ = ProjectLayout::AccessStorage;
-            project.codePage_ = chooseCodePage(0, databaseCodePage);
-            project.projectErrorKind_ = error.kind();
-            project.projectError_ = std::string("MSysAccessStorage is damaged: ") + error.what();
-            return project;
+    // A system table the database layer cannot read fails the project, not
+    // the opening of the database: each module then reports it.
+    const char* table = "MSysModules2";
+    try {
+        // Access 97 files opened by a later Access may also carry a converted
+        // copy in MSysAccessObjects; the original rows come first.
+        if (tables.jetVersion() == 3) {
+            if (auto rows = tables.modules2Rows(); rows && !modules2ModuleRows(*rows).empty())
+                return projectFromModules2(*rows, databaseCodePage);
+        } else if (table = "MSysAccessStorage"; auto rows = tables.accessStorageRows()) {
+            try {
+                AccessStorageTree tree(std::move(*rows));
+                if (hasVbaStorage(tree))
+                    return projectFromStorage(tree, ProjectLayout::AccessStorage, databaseCodePage);
+            } catch (const VbaError& error) {
+                return failedProject(ProjectLayout::AccessStorage, databaseCodePage, error.kind(),
+                                     std::string("MSysAccessStorage is damaged: ") + error.what());
+            }
         }
-    }
-    if (auto rows = tables.accessObjectsRows(); rows && !rows->empty()) {
-        try {
-            auto image = assembleAccessObjects(*rows);
-            auto file = CompoundFile::open(std::move(image.image));
-            return projectFromStorage(*file, ProjectLayout::AccessObjects, databaseCodePage);
-        } catch (const VbaError& error) {
-            VbaProject project;
-            project.layout_ = ProjectLayout::AccessObjects;
-            project.codePage_ = chooseCodePage(0, databaseCodePage);
-            project.projectErrorKind_ = error.kind();
-            project.projectError_ = std::string("MSysAccessObjects is damaged: ") + error.what();
-            return project;
+        table = "MSysAccessObjects";
+        if (auto rows = tables.accessObjectsRows(); rows && !rows->empty()) {
+            try {
+                auto image = assembleAccessObjects(*rows);
+                auto file = CompoundFile::open(std::move(image.image));
+                return projectFromStorage(*file, ProjectLayout::AccessObjects, databaseCodePage);
+            } catch (const VbaError& error) {
+                return failedProject(ProjectLayout::AccessObjects, databaseCodePage, error.kind(),
+                                     std::string("MSysAccessObjects is damaged: ") + error.what());
+            }
         }
+    } catch (const std::exception& error) {
+        return failedProject(ProjectLayout::None, databaseCodePage, VbaErrorKind::Corrupt,
+                             std::string(table) + " cannot be read: " + error.what());
     }
-    VbaProject project;
-    project.codePage_ = chooseCodePage(0, databaseCodePage);
-    project.projectError_ = "the database holds no VBA project";
-    return project;
+    return failedProject(ProjectLayout::None, databaseCodePage, VbaErrorKind::Missing,
+                         "the database holds no VBA project");
 }
 
 }  // namespace ql::vba

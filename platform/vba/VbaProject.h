@@ -54,6 +54,7 @@ private:
     friend VbaProject projectFromStorage(const Storage&, ProjectLayout, int);
     friend VbaProject projectFromModules2(const std::vector<Modules2Row>&, int);
     friend VbaProject loadVbaProject(SystemTableSource&);
+    friend VbaProject failedProject(ProjectLayout, int, VbaErrorKind, std::string);
 
     ProjectLayout layout_ = ProjectLayout::None;
     int codePage_ = 0;
@@ -71,9 +72,9 @@ VbaProject projectFromStorage(const Storage& storage, ProjectLayout layout, int 
 // Reads the project from the MSysModules2 rows of an Access 97 file.
 VbaProject projectFromModules2(const std::vector<Modules2Row>& rows, int databaseCodePage);
 
-// Finds the project in whichever system table holds it. Errors of the
-// database layer (std::exception from the source) pass through; damage in
-// the project itself is recorded in the result.
+// Finds the project in whichever system table holds it. Never throws for
+// damage: a table the source cannot read (std::exception from it) or a
+// damaged project is recorded in the result, and every module reports it.
 VbaProject loadVbaProject(SystemTableSource& tables);
 
 // The module names listed in a project's PROJECT stream (Module=, Class=,

@@ -166,6 +166,7 @@ TEST(Access97Project, ReadsTheNewestRowOfEachModule) {
 class FakeTables final : public SystemTableSource {
 public:
     int jet = 4;
+    bool storageUnreadable = false;
     std::optional<std::vector<Modules2Row>> modules2;
     std::optional<std::vector<AccessObjectsRow>> objects;
     std::optional<std::vector<AccessStorageRow>> storage;
@@ -173,7 +174,10 @@ public:
     int databaseCodePage() const override { return 1252; }
     std::optional<std::vector<Modules2Row>> modules2Rows() override { return modules2; }
     std::optional<std::vector<AccessObjectsRow>> accessObjectsRows() override { return objects; }
-    std::optional<std::vector<AccessStorageRow>> accessStorageRows() override { return storage; }
+    std::optional<std::vector<AccessStorageRow>> accessStorageRows() override {
+        if (storageUnreadable) throw std::runtime_error("table definition damaged");
+        return storage;
+    }
 };
 
 std::vector<AccessObjectsRow> objectRows(const std::string& image, std::size_t slice) {
@@ -227,6 +231,12 @@ TEST(LoadVbaProject, DamagedProjectTablesBecomeProjectErrors) {
     const VbaProject project = loadVbaProject(damagedObjects);
     EXPECT_FALSE(project.projectError().empty());
     EXPECT_EQ(sourceError(project, "Module1"), VbaErrorKind::Corrupt);
+
+    FakeTables unreadable;
+    unreadable.storageUnreadable = true;
+    const VbaProject failed = loadVbaProject(unreadable);
+    EXPECT_NE(failed.projectError().find("table definition damaged"), std::string::npos);
+    EXPECT_EQ(sourceError(failed, "Module1"), VbaErrorKind::Corrupt);
 
     FakeTables twinRoots;
     twinRoots.storage = twoModuleProject().rows;
