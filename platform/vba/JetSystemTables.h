@@ -10,8 +10,9 @@ namespace ql::vba {
 
 // Reads MSysModules2, MSysAccessObjects and MSysAccessStorage when asked.
 // Jet errors on the table as a whole (a damaged definition) are thrown as
-// ql::jet::Error, which loadVbaProject records as the project's error; a row that cannot be decoded is skipped, and a long value
-// that cannot be read becomes a stream that fails later for its module only.
+// ql::jet::Error, which loadVbaProject records as the project's error. A
+// row that cannot be decoded is skipped, and a long value that cannot be
+// read becomes a stream that fails later for its module only.
 class JetSystemTables final : public SystemTableSource {
 public:
     explicit JetSystemTables(const jet::Database& database) : db_(database) {}
