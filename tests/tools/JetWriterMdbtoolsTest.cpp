@@ -69,7 +69,7 @@ std::string dateText(double days)
     const long long month = mp < 10 ? mp + 3 : mp - 9;
     const long long year = yoe + era * 400 + (month <= 2);
     const long long tod = secs - static_cast<long long>(std::floor(days)) * 86400;
-    char b[64];
+    char b[160];
     std::snprintf(b, sizeof b, "%02lld/%02lld/%02lld %02lld:%02lld:%02lld", month, day, year % 100, tod / 3600,
                   tod / 60 % 60, tod % 60);
     return b;
@@ -87,7 +87,7 @@ protected:
 // One table with a column of every type, and rows that reach each storage form.
 TEST_F(JetWriterMdbtools, EveryColumnTypeAndLongValueFormReadsBack)
 {
-    TableDef t{"AllTypes", {}, {}};
+    TableDef t{"AllTypes", {}, {}, {}};
     ColumnDef dec = column("Dec", ColumnType::Decimal);
     dec.precision = 20;
     dec.scale = 4;

@@ -45,7 +45,9 @@ TEST(JetWriterScale, MemoryStaysFlatFromTenThousandToThreeHundredThousandRows)
     // The page maps grow by a bit per page and the Customers key list by one entry per leaf;
     // everything else is per row and released.
     EXPECT_LT(large - small, 4 * 1024) << "peak KB: " << small << " vs " << large;
-    if (mdbtoolsInstalled()) EXPECT_EQ("300000\n", run({"mdb-count", dir.file("large.mdb"), "Orders"}).out);
+    if (mdbtoolsInstalled()) {
+        EXPECT_EQ("300000\n", run({"mdb-count", dir.file("large.mdb"), "Orders"}).out);
+    }
 }
 
 } // namespace

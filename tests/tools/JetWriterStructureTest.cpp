@@ -162,7 +162,7 @@ protected:
     TableDef def()
     {
         TableDef t{"Items", {column("ID", ColumnType::Long), column("Name", ColumnType::Text, 10),
-                             column("Note", ColumnType::Memo)}, {}};
+                             column("Note", ColumnType::Memo)}, {}, {}};
         IndexDef pk;
         pk.name = "PrimaryKey";
         pk.columns = {{"ID", true}};
@@ -245,7 +245,7 @@ TEST_F(JetWriterTable, RefusesRowsThatDoNotFitTheDefinition)
 
 TEST_F(JetWriterTable, WideTableDefinitionSpansChainedPages)
 {
-    TableDef t{"Wide", {}, {}};
+    TableDef t{"Wide", {}, {}, {}};
     for (int c = 0; c < 200; ++c) t.columns.push_back(column("A fairly long column name, number " + std::to_string(c), ColumnType::Long));
     std::uint32_t tdefPage;
     {

@@ -62,7 +62,7 @@ IndexDef index(std::string name, std::vector<std::string> cols, bool unique)
 
 TableDef msysObjects()
 {
-    TableDef t{"MSysObjects", {}, {}};
+    TableDef t{"MSysObjects", {}, {}, {}};
     t.columns = {col("Id", ColumnType::Long),          col("ParentId", ColumnType::Long),
                  col("Name", ColumnType::Text, 255),   col("Type", ColumnType::Integer),
                  col("DateCreate", ColumnType::DateTime), col("DateUpdate", ColumnType::DateTime),
@@ -80,7 +80,7 @@ TableDef msysObjects()
 
 TableDef msysACEs()
 {
-    TableDef t{"MSysACEs", {}, {}};
+    TableDef t{"MSysACEs", {}, {}, {}};
     t.columns = {col("ObjectId", ColumnType::Long), col("SID", ColumnType::Binary, 255), col("ACM", ColumnType::Long),
                  col("FInheritable", ColumnType::Boolean)};
     t.indexes = {index("ObjectId", {"ObjectId"}, false)};
@@ -89,7 +89,7 @@ TableDef msysACEs()
 
 TableDef msysQueries()
 {
-    TableDef t{"MSysQueries", {}, {}};
+    TableDef t{"MSysQueries", {}, {}, {}};
     t.columns = {col("ObjectId", ColumnType::Long),     col("Attribute", ColumnType::Byte),
                  col("Order", ColumnType::Binary, 255), col("Name1", ColumnType::Text, 255),
                  col("Name2", ColumnType::Text, 255),   col("Expression", ColumnType::Memo),
@@ -100,7 +100,7 @@ TableDef msysQueries()
 
 TableDef msysRelationships()
 {
-    TableDef t{"MSysRelationships", {}, {}};
+    TableDef t{"MSysRelationships", {}, {}, {}};
     t.columns = {col("szRelationship", ColumnType::Text, 255), col("grbit", ColumnType::Long),
                  col("ccolumn", ColumnType::Long),              col("icolumn", ColumnType::Long),
                  col("szObject", ColumnType::Text, 255),        col("szColumn", ColumnType::Text, 255),
@@ -113,12 +113,12 @@ TableDef msysRelationships()
 // Tables Access itself adds to a new database; Jet does not need them, but readers list them.
 std::vector<TableDef> accessSystemTables()
 {
-    TableDef objects{"MSysAccessObjects", {col("Data", ColumnType::AccessObjectData), col("ID", ColumnType::Long)}, {}};
+    TableDef objects{"MSysAccessObjects", {col("Data", ColumnType::AccessObjectData), col("ID", ColumnType::Long)}, {}, {}};
     IndexDef ao = index("AOIndex", {"ID"}, true);
     ao.primaryKey = true;
     objects.indexes = {ao};
 
-    TableDef specs{"MSysIMEXSpecs", {}, {}};
+    TableDef specs{"MSysIMEXSpecs", {}, {}, {}};
     specs.columns = {col("DateDelim", ColumnType::Text, 1),      col("DateFourDigitYear", ColumnType::Boolean),
                      col("DateLeadingZeros", ColumnType::Boolean), col("DateOrder", ColumnType::Integer),
                      col("DecimalPoint", ColumnType::Text, 1),   col("FieldSeparator", ColumnType::Text, 1),
@@ -131,7 +131,7 @@ std::vector<TableDef> accessSystemTables()
     specKey.primaryKey = true;
     specs.indexes = {specKey};
 
-    TableDef cols{"MSysIMEXColumns", {}, {}};
+    TableDef cols{"MSysIMEXColumns", {}, {}, {}};
     cols.columns = {col("Attributes", ColumnType::Long), col("DataType", ColumnType::Integer),
                     col("FieldName", ColumnType::Text, 64), col("IndexType", ColumnType::Byte),
                     col("SkipColumn", ColumnType::Boolean), col("SpecID", ColumnType::Long),

@@ -66,7 +66,7 @@ IndexDef pk(std::string column)
 
 TableDef ordersTable()
 {
-    TableDef t{"Orders", {}, {}};
+    TableDef t{"Orders", {}, {}, {}};
     ColumnDef id = col("ID", ColumnType::Long);
     id.autoNumber = true;
     ColumnDef region = col("Region", ColumnType::Text, 20);
@@ -150,7 +150,7 @@ Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers, bool
 
 TableDef customersTable()
 {
-    TableDef t{"Customers", {}, {}};
+    TableDef t{"Customers", {}, {}, {}};
     t.columns = {col("ID", ColumnType::Long), col("Name", ColumnType::Text, 80), col("City", ColumnType::Text, 40),
                  col("Since", ColumnType::DateTime), col("Active", ColumnType::Boolean)};
     t.columns[0].autoNumber = true;
@@ -192,7 +192,7 @@ GeneratorReport generate(const GeneratorOptions& o)
     for (std::uint32_t k = 2; k < o.tables; ++k) {
         char name[16];
         std::snprintf(name, sizeof name, "T%04u", k);
-        TableDef def{name, {}, {}};
+        TableDef def{name, {}, {}, {}};
         def.columns = {col("ID", ColumnType::Long), col("Label", ColumnType::Text, 50), col("Value", ColumnType::Double),
                        col("Note", ColumnType::Memo)};
         def.indexes = {pk("ID")};
@@ -206,7 +206,7 @@ GeneratorReport generate(const GeneratorOptions& o)
         t.finish();
     }
     if (o.wideColumns) {
-        TableDef def{"Wide", {}, {}};
+        TableDef def{"Wide", {}, {}, {}};
         for (std::uint32_t c = 0; c < o.wideColumns; ++c) {
             char name[64];
             std::snprintf(name, sizeof name, "Column number %03u with a long descriptive name", c);
