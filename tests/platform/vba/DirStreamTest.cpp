@@ -25,9 +25,9 @@ TEST(DirStream, ReadsCodePageAndModulesPastTheOddVersionRecord) {
 }
 
 TEST(DirStream, NamesComeFromTheUnicodeRecordElseTheCodePage) {
-    test::DirModuleSpec unicode{"Modul", "S1", 0};
+    test::DirModuleEntry unicode{"Modul", "S1", 0};
     unicode.mbcsName = "\xCC\xEE\xE4\xF3\xEB\xFC";  // what the code-page record says; the Unicode one wins
-    test::DirModuleSpec mbcsOnly{"", "S2", 0};
+    test::DirModuleEntry mbcsOnly{"", "S2", 0};
     mbcsOnly.unicodeName = false;
     mbcsOnly.mbcsName = "\xCC\xEE\xE4\xF3\xEB\xFC";  // "Модуль" in windows-1251
     const DirInfo info = parseDirStream(test::dirStream(1251, {unicode, mbcsOnly}));

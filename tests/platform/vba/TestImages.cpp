@@ -46,7 +46,7 @@ std::string record(std::uint16_t id, std::string_view body) { return le16(id) + 
 
 }  // namespace
 
-std::string dirStream(std::uint16_t codePage, const std::vector<DirModuleSpec>& modules, bool terminated) {
+std::string dirStream(std::uint16_t codePage, const std::vector<DirModuleEntry>& modules, bool terminated) {
     std::string out;
     out += record(0x0001, le32(1));                        // system kind
     out += record(0x0002, le32(0x409));                    // LCID

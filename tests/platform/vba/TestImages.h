@@ -18,7 +18,7 @@ std::string utf16(std::string_view ascii);  // ASCII to UTF-16LE
 // A valid container holding text, using literal tokens only.
 std::string compressLiterals(std::string_view text);
 
-struct DirModuleSpec {
+struct DirModuleEntry {
     std::string name;          // ASCII
     std::string streamName;    // ASCII
     std::uint32_t offset = 0;
@@ -28,7 +28,7 @@ struct DirModuleSpec {
 };
 
 // A decompressed `dir` stream with the records Access writes around modules.
-std::string dirStream(std::uint16_t codePage, const std::vector<DirModuleSpec>& modules, bool terminated = true);
+std::string dirStream(std::uint16_t codePage, const std::vector<DirModuleEntry>& modules, bool terminated = true);
 
 // A module stream: a compiled-code prefix, then the source container.
 struct ModuleStream {
