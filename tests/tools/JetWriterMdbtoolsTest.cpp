@@ -227,6 +227,8 @@ TEST_F(GeneratedFile, TablesCountsAndValuesMatchTheGenerator)
                                                 "MSysAccessObjects", "MSysIMEXSpecs", "MSysIMEXColumns"}));
     EXPECT_EQ(std::to_string(rep.orderRows) + "\n", run({"mdb-count", path, "Orders"}).out);
     EXPECT_EQ(std::to_string(rep.customerRows) + "\n", run({"mdb-count", path, "Customers"}).out);
+    EXPECT_EQ("0\n", run({"mdb-count", path, "MSysAccessObjects"}).out) << "a table with no data pages";
+    EXPECT_TRUE(exportTable(path, "MSysIMEXSpecs").empty());
     expectOrdersEqualTheGenerator(rep);
 
     const auto customers = exportTable(path, "Customers");
