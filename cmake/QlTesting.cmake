@@ -14,6 +14,11 @@ function(ql_add_test name)
   target_compile_definitions(${name} PRIVATE QL_TEST_SHARED_DIR="${QL_SHARED_DIR}"
                                               QL_TEST_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
                                               QL_TEST_BINARY_DIR="${CMAKE_BINARY_DIR}")
+  # An empty LABELS value would be dropped on the way to the test
+  # properties and turn the next keyword into a label.
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS ${name})
+  endif()
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     PROPERTIES
