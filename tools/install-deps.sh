@@ -13,7 +13,7 @@ PACKAGES=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   # oracles used by tests only: an independent Jet reader and an .xls reader
-  mdbtools python3 python3-xlrd libreoffice-calc-nogui
+  mdbtools mdbtools-dev python3 python3-xlrd python3-olefile libreoffice-calc-nogui
   # screenshots of the window without a display
   xvfb xauth x11-apps imagemagick
   # fuzzing with sanitizers
