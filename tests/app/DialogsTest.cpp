@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
 
@@ -129,6 +130,28 @@ TEST(QtUi, MessageBoxCarriesTitleTextIconButtonsAndDefault) {
     onModal([](QWidget* modal) { qobject_cast<QMessageBox*>(modal)->button(QMessageBox::Ok)->click(); });
     EXPECT_EQ(qtUi.message("No Output File Given", "NO DESTINATION", ui::Buttons::OK, ui::Icon::Information),
               ui::Answer::OK);
+}
+
+TEST_F(ShellTest, QtUiWritesTheWindowsStatusBarAndProgressBar) {
+    auto& w = window();
+    app::QtUi qtUi;
+    qtUi.attach(&w, w.ssbPanel(), w.pgb());
+    w.show();
+    qtUi.setStatusText("Checking Tables....");
+    EXPECT_EQ(text(w.ssbPanel()->text()), "Checking Tables....");
+    EXPECT_FALSE(w.pgb()->isVisible());
+    qtUi.setProgress(3, 10);
+    EXPECT_TRUE(w.pgb()->isVisible());
+    EXPECT_EQ(w.pgb()->value(), 3);
+    EXPECT_EQ(w.pgb()->maximum(), 10);
+    qtUi.setProgress(0, 0);
+    EXPECT_FALSE(w.pgb()->isVisible());
+    qtUi.setMousePointer(ui::MousePointer::Hourglass);
+    qtUi.setMousePointer(ui::MousePointer::Hourglass);
+    ASSERT_NE(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    qtUi.setMousePointer(ui::MousePointer::Default);
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);  // one restore undoes the one set
 }
 
 TEST(QtUi, FileFiltersMatchWithoutCaseAndAllFilesMeansEveryFile) {
