@@ -1,0 +1,56 @@
+#pragma once
+// What a dao::Database shares with the objects it hands out. Internal.
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/dao/Dao.h"
+#include "platform/dao/QueryRows.h"
+#include "platform/jet/Database.h"
+
+namespace ql::dao {
+
+Variant toVariant(const jet::Value& value);
+std::int64_t integerOf(const jet::Value& value, std::int64_t fallback = 0);
+
+// The identity the workgroup file gives the default user.
+struct Identity {
+    bool present = false;               // a workgroup file was given
+    std::vector<jet::Binary> sids;      // Admin, Users and the workgroup's groups Admin belongs to
+};
+
+struct DatabaseState {
+    jet::Database jet;
+    std::string name;
+    bool jet3 = false;
+    Identity identity;
+    bool closed = false;
+
+    std::optional<Collection<TableDef>> tableDefs;
+    std::optional<Collection<QueryDef>> queryDefs;
+    std::optional<Collection<Container>> containers;
+    std::optional<Collection<Property>> properties;
+    std::optional<std::map<std::int32_t, std::vector<QueryRow>>> queryRows;
+    std::map<std::string, int> fieldCounts;  // by lower-case query name
+    // ACM grants by object Id, for the identity's SIDs only.
+    std::optional<std::map<std::int32_t, std::int32_t>> rights;
+
+    explicit DatabaseState(jet::Database db) : jet(std::move(db)) {}
+    void checkOpen() const;
+    std::int32_t containerId(const std::string& name) const;  // 0 when absent
+    // Catalogue rows under a parent, in Jet's name order.
+    std::vector<const jet::CatalogEntry*> children(std::int32_t parentId) const;
+    const std::vector<QueryRow>& rowsOf(std::int32_t objectId);
+    const jet::CatalogEntry* findQuery(const std::string& name) const;
+    // Raises 3112 (rows) or 3110 (definitions) when the workgroup's user may
+    // not read the object.
+    void checkRead(const jet::CatalogEntry& entry, bool definitions) const;
+    // Whether the user may open the database at all.
+    bool mayOpen() const;
+    void loadRights() const;
+};
+
+}  // namespace ql::dao
