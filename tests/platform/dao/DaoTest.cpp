@@ -1,0 +1,261 @@
+// Open-time errors with files made for them, collections, recordsets over
+// the program's statements, query field counts, properties and name order.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "platform/dao/Dao.h"
+#include "platform/dao/VbText.h"
+#include "tests/support/Corpus.h"
+
+namespace {
+
+using namespace ql::dao;
+using ql::test::corpusFile;
+namespace fs = std::filesystem;
+
+class TempDir {
+public:
+    TempDir() : path_(fs::temp_directory_path() / ("ql_dao_" + std::to_string(getpid()))) { fs::create_directories(path_); }
+    ~TempDir() { fs::remove_all(path_); }
+    fs::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    fs::path path_;
+};
+
+void copyPrefix(const fs::path& from, const fs::path& to, std::size_t bytes) {
+    const std::string data = ql::test::readFile(from);
+    std::ofstream(to, std::ios::binary).write(data.data(), static_cast<std::streamsize>(std::min(bytes, data.size())));
+}
+
+// The number and text an action raises; 0 and "" when it raises nothing.
+template <class F>
+std::pair<int, std::string> raised(F&& action) {
+    try {
+        action();
+    } catch (const ql::RuntimeError& e) {
+        return {e.number(), e.description()};
+    }
+    return {0, ""};
+}
+
+std::pair<int, std::string> openError(const std::string& path, const std::string& systemDb = {},
+                                      const std::string& connect = {}) {
+    return raised([&] {
+        DBEngine engine;
+        engine.SystemDB = systemDb;
+        engine.OpenDatabase(path, false, true, connect);
+    });
+}
+
+TEST(OpenDatabase, MissingFileAndFolder) {
+    TempDir dir;
+    const std::string missing = (dir / "none.mdb").string();
+    EXPECT_EQ(openError(missing), std::make_pair(3024, "Could not find file '" + missing + "'."));
+    const std::string badFolder = (dir / "nofolder" / "x.mdb").string();
+    EXPECT_EQ(openError(badFolder),
+              std::make_pair(3044, "'" + badFolder +
+                                       "' is not a valid path.  Make sure that the path name is spelled correctly and "
+                                       "that you are connected to the server on which the file resides."));
+}
+
+TEST(OpenDatabase, FilesThatAreNotJetDatabases) {
+    TempDir dir;
+    const auto ace = openError(corpusFile("ace_pcinventory.accdb").string());
+    EXPECT_EQ(ace.first, 3343);
+    EXPECT_EQ(ace.second, "Unrecognized database format '" + corpusFile("ace_pcinventory.accdb").string() + "'.");
+    EXPECT_EQ(openError(corpusFile("neg_northwindcs.adp").string()).first, 3343);
+    // A workgroup file is not a database either.
+    EXPECT_EQ(openError(corpusFile("j4_stock.mdw").string()).first, 3343);
+    std::ofstream(dir / "text.mdb") << "plain text, no database here\n";
+    EXPECT_EQ(openError((dir / "text.mdb").string()).first, 3343);
+}
+
+TEST(OpenDatabase, DamagedFiles) {
+    TempDir dir;
+    for (std::size_t size : {std::size_t{600}, std::size_t{4096 + 100}, std::size_t{3 * 4096}}) {
+        const fs::path cut = dir / ("cut" + std::to_string(size) + ".mdb");
+        copyPrefix(corpusFile("j4_northwind2000.mdb"), cut, size);
+        const auto error = openError(cut.string());
+        EXPECT_EQ(error.first, 3049) << size << " " << error.second;
+        EXPECT_EQ(error.second, "Cannot open database '" + cut.string() +
+                                    "'.  It may not be a database that your application recognizes, or the file "
+                                    "may be corrupt.");
+    }
+}
+
+TEST(OpenDatabase, NoPermissionToReadTheFile) {
+    TempDir dir;
+    fs::create_directories(dir / "folder.mdb");  // there, but not a file that can be read
+    EXPECT_EQ(openError((dir / "folder.mdb").string()).first, 3051);
+    if (geteuid() == 0) GTEST_SKIP() << "root reads every file";
+    const fs::path locked = dir / "locked.mdb";
+    fs::copy_file(corpusFile("j3_afr.mdb"), locked);
+    fs::permissions(locked, fs::perms::none);
+    EXPECT_EQ(openError(locked.string()).first, 3051);
+}
+
+TEST(OpenDatabase, DatabasePassword) {
+    const std::string file = corpusFile("j4_pwd2003.mdb").string();
+    EXPECT_EQ(openError(file), std::make_pair(3031, std::string("Not a valid password.")));
+    EXPECT_EQ(openError(file, {}, ";PWD=wrong").first, 3031);
+    EXPECT_EQ(openError(file, {}, ";pwd=password").first, 0);
+}
+
+TEST(OpenDatabase, WorkgroupFile) {
+    TempDir dir;
+    const std::string db = corpusFile("j3_afr.mdb").string();
+    const std::string missingText =
+        "Cannot start your application. The workgroup information file is missing or opened exclusively by another "
+        "user.";
+    EXPECT_EQ(openError(db, (dir / "none.mdw").string()), std::make_pair(3028, missingText));
+    EXPECT_EQ(openError(db, corpusFile("j3_afr.mdb").string()).first, 3028);  // a database, not a workgroup
+    copyPrefix(corpusFile("j4_stock.mdw"), dir / "cut.mdw", 5000);
+    EXPECT_EQ(openError(db, (dir / "cut.mdw").string()).first, 3028);
+    // Admin has a password in these two; blank in the others.
+    EXPECT_EQ(openError(db, corpusFile("j3_icorr.mdw").string()),
+              std::make_pair(3029, std::string("Not a valid account name or password.")));
+    EXPECT_EQ(openError(db, corpusFile("j4_gm_uz_security.mdw").string()).first, 3029);
+    for (const char* blank : {"j3_mission.mdw", "j3_mssecure.mdw", "j4_miet_ru.mdw", "j4_pantest.mdw"})
+        EXPECT_EQ(openError(db, corpusFile(blank).string()).first, 0) << blank;
+    // The workgroup is checked before the database is looked for.
+    EXPECT_EQ(openError((dir / "none.mdb").string(), (dir / "none.mdw").string()).first, 3028);
+}
+
+class Northwind : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        DBEngine engine;
+        db_ = new Database(engine.OpenDatabase(corpusFile("j3_nwind_krystek.mdb").string()));
+    }
+    static void TearDownTestSuite() { delete db_; }
+    static Database* db_;
+};
+Database* Northwind::db_ = nullptr;
+
+TEST_F(Northwind, CollectionsByNameAndPosition) {
+    const auto& tables = db_->TableDefs();
+    EXPECT_EQ(tables["order details"].Name(), "Order Details");
+    EXPECT_EQ(tables[tables.Count() - 1].Name(), tables.Item(tables.Count() - 1).Name());
+    EXPECT_EQ(raised([&] { tables["No Such Table"]; }),
+              std::make_pair(3265, std::string("Item not found in this collection.")));
+    EXPECT_EQ(raised([&] { tables[tables.Count()]; }).first, 3265);
+    EXPECT_EQ(raised([&] { tables[-1]; }).first, 3265);
+
+    // Containers and documents in Jet's name order; system tables among tables.
+    std::vector<std::string> containers;
+    for (const auto& c : db_->Containers()) containers.push_back(c.Name());
+    EXPECT_EQ(containers, (std::vector<std::string>{"Databases", "Forms", "Modules", "Relationships", "Reports",
+                                                    "Scripts", "SysRel", "Tables"}));
+    EXPECT_TRUE(tables.Contains("MSysObjects"));
+    for (int i = 1; i < tables.Count(); ++i)
+        EXPECT_LT(compareNames(tables[i - 1].Name(), tables[i].Name(), true), 0) << tables[i].Name();
+    db_->Containers()["Tables"].setPermissions(1048575);  // accepted, never written
+}
+
+TEST_F(Northwind, FieldsAndIndexes) {
+    const TableDef& products = db_->TableDefs()["Products"];
+    const Field& name = products.Fields()["ProductName"];
+    EXPECT_EQ(name.Type(), field_type::Text);
+    EXPECT_EQ(name.Size(), 40);
+    EXPECT_EQ(products.Fields()["ProductID"].Type(), field_type::Long);
+    EXPECT_EQ(products.Fields()["UnitPrice"].Size(), 8);
+    EXPECT_EQ(db_->TableDefs()["Employees"].Fields()["Notes"].Size(), 0);  // memo
+    const Index& primary = products.Indexes()["PrimaryKey"];
+    EXPECT_TRUE(primary.Primary());
+    EXPECT_TRUE(primary.Unique());
+    EXPECT_EQ(primary.Fields()[0].Name(), "ProductID");
+    EXPECT_TRUE(products.Indexes()["CategoriesProducts"].Foreign());
+    // The referenced side's hidden index is not listed.
+    for (const auto& index : db_->TableDefs()["Categories"].Indexes()) EXPECT_NE(index.Name().rfind(".r", 0), 0u);
+    EXPECT_EQ(products.RecordCount(), 77);
+}
+
+TEST_F(Northwind, QueryTypesAndFieldCounts) {
+    const auto& queries = db_->QueryDefs();
+    EXPECT_EQ(queries["Quarterly Orders by Product"].Type(), 16);
+    EXPECT_EQ(queries["Customers and Suppliers by City"].Type(), 128);
+    EXPECT_EQ(queries["Catalog"].Type(), 0);
+    // Three row headings (ProductName, CustomerID, OrderYear), then one
+    // column per heading of the fixed PIVOT list "Qtr 1" .. "Qtr 4".
+    EXPECT_EQ(queries["Quarterly Orders by Product"].FieldsCount(), 7);
+    // "Invoices" lists its columns; "Catalog" reads * of other sources.
+    for (const auto& q : queries) EXPECT_GT(q.FieldsCount(), 0) << q.Name();
+}
+
+TEST_F(Northwind, Properties) {
+    const auto& properties = db_->Properties();
+    EXPECT_EQ(properties[0].Name(), "Name");
+    EXPECT_EQ(vb::CStr(properties["Version"].Value()), "3.0");
+    EXPECT_EQ(vb::CStr(properties["CollatingOrder"].Value()), "1033");
+    EXPECT_EQ(vb::CStr(properties["Updatable"].Value()), "False");
+    EXPECT_EQ(vb::CStr(properties["AccessVersion"].Value()), "07.53");
+    EXPECT_EQ(raised([&] { properties["Connection"].Value(); }).first, 3251);
+    EXPECT_GT(properties.Count(), 11);
+}
+
+TEST_F(Northwind, TheProgramsStatements) {
+    Recordset objects = db_->OpenRecordset("Select * from MsysObjects order by Name");
+    std::string previous;
+    int rows = 0;
+    for (; !objects.isEOF(); objects.MoveNext(), ++rows) {
+        const std::string name = vb::CStr(objects.Value("NAME"));
+        if (rows > 0) EXPECT_LE(compareNames(previous, name, true), 0) << previous << " / " << name;
+        previous = name;
+    }
+    EXPECT_GT(rows, 100);
+    EXPECT_EQ(raised([&] { objects.MoveNext(); }).first, 3021);
+    objects.MoveFirst();
+    EXPECT_FALSE(objects.isEOF());
+
+    Recordset pairs = db_->OpenRecordset(
+        "SELECT DISTINCT szObject, szReferencedObject, szRelationship  From msysrelationships order BY szObject, "
+        "szReferencedObject;");
+    ASSERT_FALSE(pairs.isEOF());
+    EXPECT_EQ(pairs.FieldsCount(), 3);
+    const std::string object = vb::CStr(pairs.Value(0)), referenced = vb::CStr(pairs.Value(1));
+    Recordset columns = db_->OpenRecordset("SELECT * FROM MSysRelationships WHERE szObject = '" + object +
+                                           "' and szReferencedObject = '" + referenced + "'");
+    ASSERT_FALSE(columns.isEOF());
+    for (; !columns.isEOF(); columns.MoveNext()) EXPECT_EQ(vb::CStr(columns.Value("szObject")), object);
+
+    Recordset count = db_->OpenRecordset("Select count(*) as Recs from [Order Details]");
+    EXPECT_EQ(vb::CStr(count.Value("recs")), "2155");
+    Recordset all = db_->OpenRecordset("Select * from [Order Details]");
+    EXPECT_EQ(all.RecordCount(), 2155u);
+    EXPECT_EQ(all.FieldName(0), "OrderID");
+}
+
+TEST_F(Northwind, StatementErrors) {
+    EXPECT_EQ(raised([&] { db_->OpenRecordset("Select * from [No Such]"); }),
+              std::make_pair(3078, std::string("The Microsoft Jet database engine cannot find the input table or query "
+                                               "'No Such'.  Make sure it exists and that its name is spelled "
+                                               "correctly.")));
+    EXPECT_EQ(raised([&] { db_->OpenRecordset("Select * from"); }).first, 3131);
+    EXPECT_EQ(raised([&] { db_->OpenRecordset("Select * from a b c"); }).first, 3131);
+    EXPECT_EQ(raised([&] { db_->OpenRecordset("Delete from Products"); }).first, 3129);
+    const auto where = raised([&] { db_->OpenRecordset("Select * from Products where ProductID > 3"); });
+    EXPECT_EQ(where.first, 3075);
+    EXPECT_EQ(where.second, "Syntax error (missing operator) in query expression 'ProductID > 3'.");
+    EXPECT_EQ(raised([&] { db_->OpenRecordset("Select a b from Products"); }).first, 3075);
+}
+
+TEST(Collation, JetNameOrder) {
+    // Jet 4: apostrophe and hyphen count only when all else ties.
+    const std::vector<std::string> jet4 = {"_x", "~sq_f", "1abc", "a c", "a$c", "a.c", "a_c", "a~c",
+                                           "a+c", "a1",   "ab",   "abc", "aC",  "a'c", "a-c"};
+    for (std::size_t i = 1; i < jet4.size(); ++i)
+        EXPECT_LT(compareNames(jet4[i - 1], jet4[i], false), 0) << jet4[i - 1] << " < " << jet4[i];
+    // Jet 3: plain punctuation order, apostrophe included.
+    EXPECT_LT(compareNames("B's Beverages", "Berglunds", true), 0);
+    EXPECT_GT(compareNames("B's Beverages", "Berglunds", false), 0);
+    EXPECT_EQ(compareNames("MSysACEs", "msysaces", false), 0);
+    EXPECT_LT(compareNames("MSysAccessObjects", "MSysACEs", false), 0);
+    EXPECT_LT(compareNames("école", "ecole2", false), 0);  // accents sort with their letter
+}
+
+}  // namespace
