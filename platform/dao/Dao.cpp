@@ -409,7 +409,7 @@ const Collection<Container>& Database::Containers() const {
             if (entry->type != kTypeContainer) continue;
             std::vector<Document> documents;
             for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
-            out.emplace_back(entry->name, std::move(documents));
+            out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
         }
         state_->containers = Collection<Container>(std::move(out));
     }

@@ -189,16 +189,18 @@ private:
 
 class Container {
 public:
-    Container(std::string name, std::vector<Document> documents)
-        : name_(std::move(name)), documents_(std::move(documents)) {}
+    Container(std::string name, std::vector<Document> documents, std::int32_t permissions)
+        : name_(std::move(name)), permissions_(permissions), documents_(std::move(documents)) {}
     const std::string& Name() const { return name_; }
     const Collection<Document>& Documents() const { return documents_; }
+    // What the user's account and groups are granted on the container.
+    std::int32_t Permissions() const { return permissions_; }
     // The file is never written: a new setting is accepted and has no effect.
     void setPermissions(std::int32_t) const {}
-    std::int32_t Permissions() const { return 0; }
 
 private:
     std::string name_;
+    std::int32_t permissions_;
     Collection<Document> documents_;
 };
 

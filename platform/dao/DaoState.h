@@ -50,6 +50,8 @@ struct DatabaseState {
     void checkRead(const jet::CatalogEntry& entry, bool definitions) const;
     // Whether the user may open the database at all.
     bool mayOpen() const;
+    // The permissions granted on an object (all of them where none are stored).
+    std::int32_t granted(std::int32_t objectId) const;
     void loadRights() const;
 };
 

@@ -28,6 +28,14 @@ jet::Binary unmasked(jet::Binary sid, const jet::Binary& mask) {
 
 }  // namespace
 
+std::int32_t DatabaseState::granted(std::int32_t objectId) const {
+    constexpr std::int32_t kFullAccess = 0xFFFFF;
+    loadRights();
+    if (rights->count(-1)) return kFullAccess;
+    const auto it = rights->find(objectId);
+    return it == rights->end() ? 0 : it->second;
+}
+
 bool DatabaseState::mayOpen() const {
     constexpr std::int32_t kDatabaseId = 0x10000000;
     constexpr std::int32_t kOpen = 0x02;
