@@ -231,36 +231,38 @@ struct TableDef::Cache {
 };
 
 void TableDef::load() const {
-    if (cache_) return;
-    db_->checkOpen();
-    auto cache = std::make_shared<Cache>();
-    if (catalogueType_ == jet::kObjectLocalTable) {
-        if (const auto* entry = db_->jet.findTable(name_)) db_->checkRead(*entry, true);
-        try {
-            cache->def = db_->jet.tableDef(name_);
-        } catch (const jet::Error&) {
-            throw daoError(errors::CannotOpen, db_->name);
-        }
-        std::vector<Field> fields;
-        for (const auto& column : cache->def->columns)
-            fields.emplace_back(column.name, daoType(column), daoSize(column, db_->jet3));
-        std::vector<Index> indexes;
-        for (const auto& index : cache->def->indexes) {
-            // The one-side index of an enforced relationship stays hidden.
-            if (index.isForeignKey() && index.name.rfind(".r", 0) == 0) continue;
-            std::vector<Field> keyFields;
-            for (const auto& key : index.columns) {
-                const jet::Column* column = cache->def->column(key.name);
-                keyFields.emplace_back(key.name, column ? daoType(*column) : 0,
-                                       column ? daoSize(*column, db_->jet3) : 0);
+    shielded(*db_, [&]() -> void {
+        if (cache_) return;
+        db_->checkOpen();
+        auto cache = std::make_shared<Cache>();
+        if (catalogueType_ == jet::kObjectLocalTable) {
+            if (const auto* entry = db_->jet.findTable(name_)) db_->checkRead(*entry, true);
+            try {
+                cache->def = db_->jet.tableDef(name_);
+            } catch (const jet::Error&) {
+                throw daoError(errors::CannotOpen, db_->name);
             }
-            indexes.emplace_back(index.name, index.isPrimary(), index.isUnique(), index.isForeignKey(),
-                                 std::move(keyFields));
+            std::vector<Field> fields;
+            for (const auto& column : cache->def->columns)
+                fields.emplace_back(column.name, daoType(column), daoSize(column, db_->jet3));
+            std::vector<Index> indexes;
+            for (const auto& index : cache->def->indexes) {
+                // The one-side index of an enforced relationship stays hidden.
+                if (index.isForeignKey() && index.name.rfind(".r", 0) == 0) continue;
+                std::vector<Field> keyFields;
+                for (const auto& key : index.columns) {
+                    const jet::Column* column = cache->def->column(key.name);
+                    keyFields.emplace_back(key.name, column ? daoType(*column) : 0,
+                                           column ? daoSize(*column, db_->jet3) : 0);
+                }
+                indexes.emplace_back(index.name, index.isPrimary(), index.isUnique(), index.isForeignKey(),
+                                     std::move(keyFields));
+            }
+            cache->fields = Collection<Field>(std::move(fields));
+            cache->indexes = Collection<Index>(std::move(indexes));
         }
-        cache->fields = Collection<Field>(std::move(fields));
-        cache->indexes = Collection<Index>(std::move(indexes));
-    }
-    cache_ = cache;
+        cache_ = cache;
+    });
 }
 
 const Collection<Field>& TableDef::Fields() const {
@@ -274,27 +276,33 @@ const Collection<Index>& TableDef::Indexes() const {
 }
 
 std::int64_t TableDef::RecordCount() const {
-    load();
-    if (!cache_->def) return -1;  // a linked table: DAO does not count it from here either
-    if (!cache_->count) cache_->count = static_cast<std::int64_t>(db_->jet.liveRecordCount(*cache_->def));
-    return *cache_->count;
+    return shielded(*db_, [&]() -> std::int64_t {
+        load();
+        if (!cache_->def) return -1;  // a linked table: DAO does not count it from here either
+        if (!cache_->count) cache_->count = static_cast<std::int64_t>(db_->jet.liveRecordCount(*cache_->def));
+        return *cache_->count;
+    });
 }
 
 // ---- queries ------------------------------------------------------------
 
 int QueryDef::Type() const {
-    const auto* entry = db_->findQuery(name_);
-    if (!entry) return catalogueType_;
-    const auto& rows = db_->rowsOf(entry->id);
-    return daoQueryType(queryKind(rows, catalogueType_));
+    return shielded(*db_, [&]() -> int {
+        const auto* entry = db_->findQuery(name_);
+        if (!entry) return catalogueType_;
+        const auto& rows = db_->rowsOf(entry->id);
+        return daoQueryType(queryKind(rows, catalogueType_));
+    });
 }
 
 std::string QueryDef::SQL() const {
-    db_->checkOpen();
-    const auto* entry = db_->findQuery(name_);
-    if (!entry) throw daoError(errors::ItemNotFound);
-    db_->checkRead(*entry, true);
-    return queryDefSql(db_->rowsOf(entry->id), db_->jet3 ? 3 : 4, catalogueType_);
+    return shielded(*db_, [&]() -> std::string {
+        db_->checkOpen();
+        const auto* entry = db_->findQuery(name_);
+        if (!entry) throw daoError(errors::ItemNotFound);
+        db_->checkRead(*entry, true);
+        return queryDefSql(db_->rowsOf(entry->id), db_->jet3 ? 3 : 4, catalogueType_);
+    });
 }
 
 namespace {
@@ -363,11 +371,13 @@ int countFields(DatabaseState& db, const QueryShape& shape, int depth) {
 }  // namespace
 
 int QueryDef::FieldsCount() const {
-    db_->checkOpen();
-    const auto* entry = db_->findQuery(name_);
-    if (!entry) throw daoError(errors::ItemNotFound);
-    db_->checkRead(*entry, true);
-    return sourceFieldCount(*db_, name_, 0);
+    return shielded(*db_, [&]() -> int {
+        db_->checkOpen();
+        const auto* entry = db_->findQuery(name_);
+        if (!entry) throw daoError(errors::ItemNotFound);
+        db_->checkRead(*entry, true);
+        return sourceFieldCount(*db_, name_, 0);
+    });
 }
 
 // ---- database -----------------------------------------------------------
@@ -379,74 +389,82 @@ const jet::Database& Database::jet() const { return state_->jet; }
 void Database::Close() { state_->closed = true; }
 
 const Collection<TableDef>& Database::TableDefs() const {
-    state_->checkOpen();
-    if (!state_->tableDefs) {
-        std::vector<TableDef> out;
-        for (const auto* entry : state_->children(state_->containerId("Tables")))
-            if (entry->type == jet::kObjectLocalTable || entry->type == kTypeOdbcLink || entry->type == kTypeJetLink)
-                out.emplace_back(state_, entry->name, entry->type, entry->flags);
-        state_->tableDefs = Collection<TableDef>(std::move(out));
-    }
-    return *state_->tableDefs;
+    return shielded(*state_, [&]() -> decltype(auto) {
+        state_->checkOpen();
+        if (!state_->tableDefs) {
+            std::vector<TableDef> out;
+            for (const auto* entry : state_->children(state_->containerId("Tables")))
+                if (entry->type == jet::kObjectLocalTable || entry->type == kTypeOdbcLink || entry->type == kTypeJetLink)
+                    out.emplace_back(state_, entry->name, entry->type, entry->flags);
+            state_->tableDefs = Collection<TableDef>(std::move(out));
+        }
+        return *state_->tableDefs;
+    });
 }
 
 const Collection<QueryDef>& Database::QueryDefs() const {
-    state_->checkOpen();
-    if (!state_->queryDefs) {
-        std::vector<QueryDef> out;
-        for (const auto* entry : state_->children(state_->containerId("Tables")))
-            if (entry->type == kTypeQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
-        state_->queryDefs = Collection<QueryDef>(std::move(out));
-    }
-    return *state_->queryDefs;
+    return shielded(*state_, [&]() -> decltype(auto) {
+        state_->checkOpen();
+        if (!state_->queryDefs) {
+            std::vector<QueryDef> out;
+            for (const auto* entry : state_->children(state_->containerId("Tables")))
+                if (entry->type == kTypeQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
+            state_->queryDefs = Collection<QueryDef>(std::move(out));
+        }
+        return *state_->queryDefs;
+    });
 }
 
 const Collection<Container>& Database::Containers() const {
-    state_->checkOpen();
-    if (!state_->containers) {
-        std::vector<Container> out;
-        for (const auto* entry : state_->children(kContainersParent)) {
-            if (entry->type != kTypeContainer) continue;
-            std::vector<Document> documents;
-            for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
-            out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
+    return shielded(*state_, [&]() -> decltype(auto) {
+        state_->checkOpen();
+        if (!state_->containers) {
+            std::vector<Container> out;
+            for (const auto* entry : state_->children(kContainersParent)) {
+                if (entry->type != kTypeContainer) continue;
+                std::vector<Document> documents;
+                for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
+                out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
+            }
+            state_->containers = Collection<Container>(std::move(out));
         }
-        state_->containers = Collection<Container>(std::move(out));
-    }
-    return *state_->containers;
+        return *state_->containers;
+    });
 }
 
 const Collection<Property>& Database::Properties() const {
-    state_->checkOpen();
-    if (!state_->properties) {
-        const bool jet3 = state_->jet3;
-        std::vector<Property> out;
-        out.emplace_back("Name", state_->name);
-        out.emplace_back("Connect", std::string{});
-        out.emplace_back("Transactions", true);
-        out.emplace_back("Updatable", false);
-        out.emplace_back("CollatingOrder", static_cast<std::int32_t>(state_->jet.header().sortOrder));
-        out.emplace_back("QueryTimeout", static_cast<std::int16_t>(60));
-        out.emplace_back("Version", std::string(jet3 ? "3.0" : "4.0"));
-        out.emplace_back("RecordsAffected", static_cast<std::int32_t>(0));
-        out.emplace_back("ReplicaID", std::string{});
-        out.emplace_back("DesignMasterID", std::string{});
-        out.emplace_back("Connection", Variant{}, true);
-        const std::int32_t databases = state_->containerId("Databases");
-        for (const auto& entry : state_->jet.catalogue()) {
-            if (entry.parentId != databases || !jet::sameName(entry.name, "MSysDb")) continue;
-            try {
-                const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
-                if (const auto* block = blob.objectBlock())
-                    for (const auto& property : block->properties) out.emplace_back(property.name, toVariant(property.value));
-            } catch (const jet::Error&) {
-                // Damaged stored properties leave the engine's own.
+    return shielded(*state_, [&]() -> decltype(auto) {
+        state_->checkOpen();
+        if (!state_->properties) {
+            const bool jet3 = state_->jet3;
+            std::vector<Property> out;
+            out.emplace_back("Name", state_->name);
+            out.emplace_back("Connect", std::string{});
+            out.emplace_back("Transactions", true);
+            out.emplace_back("Updatable", false);
+            out.emplace_back("CollatingOrder", static_cast<std::int32_t>(state_->jet.header().sortOrder));
+            out.emplace_back("QueryTimeout", static_cast<std::int16_t>(60));
+            out.emplace_back("Version", std::string(jet3 ? "3.0" : "4.0"));
+            out.emplace_back("RecordsAffected", static_cast<std::int32_t>(0));
+            out.emplace_back("ReplicaID", std::string{});
+            out.emplace_back("DesignMasterID", std::string{});
+            out.emplace_back("Connection", Variant{}, true);
+            const std::int32_t databases = state_->containerId("Databases");
+            for (const auto& entry : state_->jet.catalogue()) {
+                if (entry.parentId != databases || !jet::sameName(entry.name, "MSysDb")) continue;
+                try {
+                    const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
+                    if (const auto* block = blob.objectBlock())
+                        for (const auto& property : block->properties) out.emplace_back(property.name, toVariant(property.value));
+                } catch (const jet::Error&) {
+                    // Damaged stored properties leave the engine's own.
+                }
+                break;
             }
-            break;
+            state_->properties = Collection<Property>(std::move(out));
         }
-        state_->properties = Collection<Property>(std::move(out));
-    }
-    return *state_->properties;
+        return *state_->properties;
+    });
 }
 
 // ---- engine -------------------------------------------------------------

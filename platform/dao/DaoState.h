@@ -55,4 +55,15 @@ struct DatabaseState {
     void loadRights() const;
 };
 
+// Runs one of the public operations; a structure of the file that turns out
+// to be damaged ends it with DAO's error for a database it cannot read.
+template <class F>
+decltype(auto) shielded(const DatabaseState& db, F&& operation) {
+    try {
+        return operation();
+    } catch (const jet::Error&) {
+        throw daoError(errors::CannotOpen, db.name);
+    }
+}
+
 }  // namespace ql::dao

@@ -328,99 +328,101 @@ Source readSource(DatabaseState& db, const std::string& name, bool countOnly, in
 }  // namespace
 
 Recordset Database::OpenRecordset(const std::string& sql) const {
-    state_->checkOpen();
-    const Statement st = Parser(sql).parse();
-    const bool onlyCounts = !st.star && !st.items.empty() &&
-                            std::all_of(st.items.begin(), st.items.end(), [](const SelectItem& i) { return i.count; });
-    Source source = readSource(*state_, st.source, onlyCounts && st.where.empty(), 0);
+    return shielded(*state_, [&]() -> Recordset {
+        state_->checkOpen();
+        const Statement st = Parser(sql).parse();
+        const bool onlyCounts = !st.star && !st.items.empty() &&
+                                std::all_of(st.items.begin(), st.items.end(), [](const SelectItem& i) { return i.count; });
+        Source source = readSource(*state_, st.source, onlyCounts && st.where.empty(), 0);
 
-    auto columnIndex = [&](const std::string& column) {
-        for (std::size_t i = 0; i < source.columns.size(); ++i)
-            if (sameDaoName(source.columns[i], column)) return i;
-        // Jet takes an unknown name for a parameter it was not given.
-        throw RuntimeError(3061, "Too few parameters. Expected 1.");
-    };
-
-    if (!source.count) {
-        std::vector<std::pair<std::size_t, std::string>> filters;
-        for (const auto& c : st.where) filters.emplace_back(columnIndex(c.column), c.text);
-        std::erase_if(source.rows, [&](const std::vector<Variant>& row) {
-            return !std::all_of(filters.begin(), filters.end(),
-                                [&](const auto& f) { return matches(row[f.first], f.second, state_->jet3); });
-        });
-    }
-
-    std::vector<std::string> names;
-    std::vector<std::vector<Variant>> rows;
-    if (onlyCounts) {
-        const auto n = static_cast<std::int32_t>(source.count ? *source.count : static_cast<std::int64_t>(source.rows.size()));
-        std::vector<Variant> row;
-        for (const auto& item : st.items) {
-            names.push_back(item.name);
-            row.emplace_back(n);
-        }
-        rows.push_back(std::move(row));
-        return Recordset(std::move(names), std::move(rows));
-    }
-    std::vector<std::size_t> picks;
-    if (st.star) {
-        for (std::size_t i = 0; i < source.columns.size(); ++i) picks.push_back(i);
-        names = source.columns;
-    } else {
-        for (const auto& item : st.items) {
-            if (item.count) throw daoError(errors::QueryExpression, "count(*)");  // needs GROUP BY
-            picks.push_back(columnIndex(item.column));
-            names.push_back(item.name);
-        }
-    }
-    std::vector<std::pair<std::size_t, bool>> keys;  // position in the output row, descending
-    std::vector<std::size_t> extra;  // ORDER BY columns not in the output
-    for (const auto& key : st.orderBy) {
-        const std::size_t column = columnIndex(key.column);
-        auto it = std::find(picks.begin(), picks.end(), column);
-        if (it != picks.end()) {
-            keys.emplace_back(static_cast<std::size_t>(it - picks.begin()), key.descending);
-        } else {
-            keys.emplace_back(picks.size() + extra.size(), key.descending);
-            extra.push_back(column);
-        }
-    }
-    for (auto& row : source.rows) {
-        std::vector<Variant> out;
-        out.reserve(picks.size() + extra.size());
-        for (std::size_t i : picks) out.push_back(std::move(row[i]));
-        for (std::size_t i : extra) out.push_back(row[i]);
-        rows.push_back(std::move(out));
-    }
-    const bool jet3 = state_->jet3;
-    // Jet finds distinct rows by sorting them, so they come out in order.
-    if (st.distinct && keys.empty())
-        for (std::size_t i = 0; i < picks.size(); ++i) keys.emplace_back(i, false);
-    if (!keys.empty()) {
-        std::stable_sort(rows.begin(), rows.end(), [&](const auto& a, const auto& b) {
-            for (const auto& [i, desc] : keys) {
-                const int c = compareValues(a[i], b[i], jet3);
-                if (c != 0) return desc ? c > 0 : c < 0;
-            }
-            return false;
-        });
-    }
-    if (st.distinct) {
-        auto same = [&](const auto& a, const auto& b) {
-            for (std::size_t i = 0; i < picks.size(); ++i)
-                if (compareValues(a[i], b[i], jet3) != 0) return false;
-            return true;
+        auto columnIndex = [&](const std::string& column) {
+            for (std::size_t i = 0; i < source.columns.size(); ++i)
+                if (sameDaoName(source.columns[i], column)) return i;
+            // Jet takes an unknown name for a parameter it was not given.
+            throw RuntimeError(3061, "Too few parameters. Expected 1.");
         };
-        std::vector<std::vector<Variant>> unique;
-        for (auto& row : rows) {
-            bool seen = false;
-            for (const auto& u : unique) seen = seen || same(u, row);
-            if (!seen) unique.push_back(std::move(row));
+
+        if (!source.count) {
+            std::vector<std::pair<std::size_t, std::string>> filters;
+            for (const auto& c : st.where) filters.emplace_back(columnIndex(c.column), c.text);
+            std::erase_if(source.rows, [&](const std::vector<Variant>& row) {
+                return !std::all_of(filters.begin(), filters.end(),
+                                    [&](const auto& f) { return matches(row[f.first], f.second, state_->jet3); });
+            });
         }
-        rows = std::move(unique);
-    }
-    for (auto& row : rows) row.resize(picks.size());
-    return Recordset(std::move(names), std::move(rows));
+
+        std::vector<std::string> names;
+        std::vector<std::vector<Variant>> rows;
+        if (onlyCounts) {
+            const auto n = static_cast<std::int32_t>(source.count ? *source.count : static_cast<std::int64_t>(source.rows.size()));
+            std::vector<Variant> row;
+            for (const auto& item : st.items) {
+                names.push_back(item.name);
+                row.emplace_back(n);
+            }
+            rows.push_back(std::move(row));
+            return Recordset(std::move(names), std::move(rows));
+        }
+        std::vector<std::size_t> picks;
+        if (st.star) {
+            for (std::size_t i = 0; i < source.columns.size(); ++i) picks.push_back(i);
+            names = source.columns;
+        } else {
+            for (const auto& item : st.items) {
+                if (item.count) throw daoError(errors::QueryExpression, "count(*)");  // needs GROUP BY
+                picks.push_back(columnIndex(item.column));
+                names.push_back(item.name);
+            }
+        }
+        std::vector<std::pair<std::size_t, bool>> keys;  // position in the output row, descending
+        std::vector<std::size_t> extra;  // ORDER BY columns not in the output
+        for (const auto& key : st.orderBy) {
+            const std::size_t column = columnIndex(key.column);
+            auto it = std::find(picks.begin(), picks.end(), column);
+            if (it != picks.end()) {
+                keys.emplace_back(static_cast<std::size_t>(it - picks.begin()), key.descending);
+            } else {
+                keys.emplace_back(picks.size() + extra.size(), key.descending);
+                extra.push_back(column);
+            }
+        }
+        for (auto& row : source.rows) {
+            std::vector<Variant> out;
+            out.reserve(picks.size() + extra.size());
+            for (std::size_t i : picks) out.push_back(std::move(row[i]));
+            for (std::size_t i : extra) out.push_back(row[i]);
+            rows.push_back(std::move(out));
+        }
+        const bool jet3 = state_->jet3;
+        // Jet finds distinct rows by sorting them, so they come out in order.
+        if (st.distinct && keys.empty())
+            for (std::size_t i = 0; i < picks.size(); ++i) keys.emplace_back(i, false);
+        if (!keys.empty()) {
+            std::stable_sort(rows.begin(), rows.end(), [&](const auto& a, const auto& b) {
+                for (const auto& [i, desc] : keys) {
+                    const int c = compareValues(a[i], b[i], jet3);
+                    if (c != 0) return desc ? c > 0 : c < 0;
+                }
+                return false;
+            });
+        }
+        if (st.distinct) {
+            auto same = [&](const auto& a, const auto& b) {
+                for (std::size_t i = 0; i < picks.size(); ++i)
+                    if (compareValues(a[i], b[i], jet3) != 0) return false;
+                return true;
+            };
+            std::vector<std::vector<Variant>> unique;
+            for (auto& row : rows) {
+                bool seen = false;
+                for (const auto& u : unique) seen = seen || same(u, row);
+                if (!seen) unique.push_back(std::move(row));
+            }
+            rows = std::move(unique);
+        }
+        for (auto& row : rows) row.resize(picks.size());
+        return Recordset(std::move(names), std::move(rows));
+    });
 }
 
 }  // namespace ql::dao
