@@ -138,7 +138,7 @@ TEST_P(CorpusDatabase, ObjectsAgreeWithTheManifestAndTheDetails) {
     EXPECT_EQ(static_cast<int>(relations.size()), row.number("relationships"));
 
     // Every definition reads (unless withheld); counting agrees with a scan.
-    std::set<std::string> refused;
+    std::set<std::string> refused, missingInputs;
     for (const auto& t : db.TableDefs()) {
         if (t.CatalogueType() != 1) continue;
         try {
@@ -155,12 +155,25 @@ TEST_P(CorpusDatabase, ObjectsAgreeWithTheManifestAndTheDetails) {
     for (const auto& q : db.QueryDefs()) {
         try {
             EXPECT_FALSE(q.SQL().empty()) << q.Name();
+            try {
+                EXPECT_GE(q.FieldsCount(), 0);
+            } catch (const ql::RuntimeError& e) {
+                // Real: trimmed copies of Northwind lack some of its tables,
+                // and a few saved queries name tables long deleted.
+                ASSERT_EQ(e.number(), 3078) << e.what();
+                const std::string& text = e.description();
+                const auto begin = text.find("query '") + 7;
+                const std::string missing = text.substr(begin, text.find("'.  Make") - begin);
+                EXPECT_FALSE(db.TableDefs().Contains(missing) || db.QueryDefs().Contains(missing)) << text;
+                missingInputs.insert(q.Name());
+            }
         } catch (const ql::RuntimeError& e) {
             refused.insert(q.Name());
             EXPECT_EQ(e.number(), 3110) << e.what();
         }
     }
     EXPECT_TRUE(refused.empty());
+    EXPECT_LE(missingInputs.size(), 7u);
 }
 
 std::vector<std::tuple<std::string, bool>> cases() {

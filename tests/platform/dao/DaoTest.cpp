@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "platform/dao/Dao.h"
 #include "platform/dao/VbText.h"
@@ -328,6 +329,29 @@ TEST(DamagedDatabase, OnlyDaoErrorsComeOut) {
         }
     }
     EXPECT_GT(opened, 10);
+}
+
+}  // namespace
+
+namespace {
+
+// One query of each kind. Table1..3 have three columns each and no rows, so
+// the crosstab's PIVOT adds no column to its three row headings.
+TEST(QueryDefFields, EveryKindOfQuery) {
+    for (const char* file : {"j3_querytest.mdb", "j4_querytest2003.mdb"}) {
+        DBEngine engine;
+        const Database db = engine.OpenDatabase(corpusFile(file).string());
+        const std::map<std::string, std::pair<int, int>> expected = {
+            {"SelectQuery", {0, 6}},  {"CrosstabQuery", {16, 3}},  {"DeleteQuery", {32, 0}},
+            {"UpdateQuery", {48, 0}}, {"AppendQuery", {64, 0}},    {"MakeTableQuery", {80, 0}},
+            {"DataDefinitionQuery", {96, 0}}, {"PassthroughQuery", {112, 0}}, {"UnionQuery", {128, 2}},
+        };
+        for (const auto& [name, typeAndCount] : expected) {
+            const QueryDef& q = db.QueryDefs()[name];
+            EXPECT_EQ(q.Type(), typeAndCount.first) << file << " " << name;
+            EXPECT_EQ(q.FieldsCount(), typeAndCount.second) << file << " " << name;
+        }
+    }
 }
 
 }  // namespace
