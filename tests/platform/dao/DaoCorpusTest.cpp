@@ -131,6 +131,14 @@ TEST_P(CorpusDatabase, ObjectsAgreeWithTheManifestAndTheDetails) {
     EXPECT_EQ(documents(db, "DataAccessPages"), names(seen["daps"].toArray()));
     EXPECT_EQ(static_cast<int>(documents(db, "Relationships").size()), row.number("relationship_objs_type8"));
 
+    // The engine's own properties first, then the stored ones.
+    const auto& properties = db.Properties();
+    ASSERT_GE(properties.Count(), 11);
+    EXPECT_EQ(properties[10].Name(), "Connection");
+    EXPECT_EQ(vb::CStr(properties["Version"].Value()), file.rfind("j3_", 0) == 0 ? "3.0" : "4.0");
+    if (!row["access_version_prop"].empty())
+        EXPECT_EQ(vb::CStr(properties["AccessVersion"].Value()), row["access_version_prop"]);
+
     // Relationships as the program reads them.
     Recordset rs = db.OpenRecordset("Select distinct szObject, szRelationship from MSysRelationships ");
     std::set<std::string> relations;
