@@ -214,8 +214,8 @@ public:
         const Variant& Value() const { return value; }
     };
     Recordset(std::vector<std::string> names, std::vector<std::vector<Variant>> rows);
-    bool EOF_() const { return position_ >= rows_.size(); }
-    bool isEOF() const { return EOF_(); }
+    // EOF: past the last row (the name itself is taken by the C library).
+    bool isEOF() const { return position_ >= rows_.size(); }
     void MoveFirst() { position_ = 0; }
     void MoveNext();
     int FieldsCount() const { return static_cast<int>(names_.size()); }

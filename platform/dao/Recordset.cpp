@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "platform/dao/DaoState.h"
 #include "platform/dao/QueryShape.h"
@@ -407,17 +408,17 @@ Recordset Database::OpenRecordset(const std::string& sql) const {
             });
         }
         if (st.distinct) {
-            auto same = [&](const auto& a, const auto& b) {
-                for (std::size_t i = 0; i < picks.size(); ++i)
-                    if (compareValues(a[i], b[i], jet3) != 0) return false;
-                return true;
+            auto less = [&](const std::vector<Variant>* a, const std::vector<Variant>* b) {
+                for (std::size_t c = 0; c < picks.size(); ++c)
+                    if (const int order = compareValues((*a)[c], (*b)[c], jet3); order != 0) return order < 0;
+                return false;
             };
+            std::set<const std::vector<Variant>*, decltype(less)> seen(less);
+            std::vector<bool> keep(rows.size());
+            for (std::size_t r = 0; r < rows.size(); ++r) keep[r] = seen.insert(&rows[r]).second;
             std::vector<std::vector<Variant>> unique;
-            for (auto& row : rows) {
-                bool seen = false;
-                for (const auto& u : unique) seen = seen || same(u, row);
-                if (!seen) unique.push_back(std::move(row));
-            }
+            for (std::size_t r = 0; r < rows.size(); ++r)
+                if (keep[r]) unique.push_back(std::move(rows[r]));
             rows = std::move(unique);
         }
         for (auto& row : rows) row.resize(picks.size());

@@ -228,6 +228,12 @@ TEST_F(Northwind, TheProgramsStatements) {
     ASSERT_FALSE(columns.isEOF());
     for (; !columns.isEOF(); columns.MoveNext()) EXPECT_EQ(vb::CStr(columns.Value("szObject")), object);
 
+    // DISTINCT keeps one of each, in order.
+    Recordset targets = db_->OpenRecordset("Select distinct szObject from MSysRelationships");
+    std::vector<std::string> seen;
+    for (; !targets.isEOF(); targets.MoveNext()) seen.push_back(vb::CStr(targets.Value(0)));
+    EXPECT_EQ(seen, (std::vector<std::string>{"Order Details", "Orders", "Products"}));
+
     Recordset count = db_->OpenRecordset("Select count(*) as Recs from [Order Details]");
     EXPECT_EQ(vb::CStr(count.Value("recs")), "2155");
     Recordset all = db_->OpenRecordset("Select * from [Order Details]");
