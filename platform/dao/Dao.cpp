@@ -237,11 +237,7 @@ void TableDef::load() const {
         auto cache = std::make_shared<Cache>();
         if (catalogueType_ == jet::kObjectLocalTable) {
             if (const auto* entry = db_->jet.findTable(name_)) db_->checkRead(*entry, true);
-            try {
-                cache->def = db_->jet.tableDef(name_);
-            } catch (const jet::Error&) {
-                throw daoError(errors::CannotOpen, db_->name);
-            }
+            cache->def = db_->jet.tableDef(name_);
             std::vector<Field> fields;
             for (const auto& column : cache->def->columns)
                 fields.emplace_back(column.name, daoType(column), daoSize(column, db_->jet3));

@@ -89,14 +89,11 @@ public:
             while (symbol(','));
         }
         if (!word("FROM")) throw expressionError(at_ > 0 ? at_ - 1 : 0);
-        const std::size_t fromStart = at_;
         if (at_ >= tokens_.size() || !tokens_[at_].isName() || isKeyword(tokens_[at_]))
             throw daoError(errors::FromClause);
         st.source = tokens_[at_++].text;
-        if (at_ < tokens_.size() && !isKeyword(tokens_[at_]) && !tokens_[at_].isSymbol(';')) {
-            (void)fromStart;
+        if (at_ < tokens_.size() && !isKeyword(tokens_[at_]) && !tokens_[at_].isSymbol(';'))
             throw daoError(errors::FromClause);
-        }
         if (word("WHERE")) {
             const std::size_t start = at_;
             do {
