@@ -77,8 +77,12 @@ ParsedHeader parseHeader(ByteSpan file) {
         info.sortVersion = page[kJet4SortVersionOffset];
         const double created = f64(page, kCreationDateOffset);
         info.creationDate = created;
-        // The password is masked with the creation date's whole days.
-        const std::uint32_t mask = static_cast<std::uint32_t>(static_cast<std::int32_t>(created));
+        // The password is masked with the creation date's whole days. A
+        // damaged header can hold any double there (NaN, 1e300): its whole
+        // days do not fit an int, and the password is then noise anyway.
+        const bool daysFit = created > -2147483648.0 && created < 2147483648.0;
+        const std::uint32_t mask =
+            daysFit ? static_cast<std::uint32_t>(static_cast<std::int32_t>(created)) : 0u;
         std::vector<std::uint8_t> plain(password.begin(), password.end());
         for (std::size_t i = 0; i < plain.size(); ++i) plain[i] ^= static_cast<std::uint8_t>(mask >> (8 * (i % 4)));
         std::size_t units = plain.size() / 2;
