@@ -138,24 +138,15 @@ bool TableCursor::next() {
 Database::Database(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
-    auto impl = std::make_shared<Impl>();
-    auto source = PageSource::openFile(path);
-    ParsedHeader parsed = parseHeader(source->fileBytes());
-    impl->header = parsed.info;
-    source->configure(parsed.format->pageSize, parsed.info.databaseKey, std::move(parsed.page));
-    impl->context = std::make_shared<Context>();
-    impl->context->pages = source;
-    impl->context->format = parsed.format;
-    impl->context->codec = std::make_unique<TextCodec>(
-        parsed.format->jet4, options.codePageOverride ? options.codePageOverride : parsed.info.codePage);
-    Database db(impl);
-    db.readCatalogue();
-    return db;
+    return fromPages(PageSource::openFile(path), options);
 }
 
 Database Database::openBuffer(std::vector<std::uint8_t> bytes, const OpenOptions& options) {
+    return fromPages(PageSource::fromBuffer(std::move(bytes)), options);
+}
+
+Database Database::fromPages(std::shared_ptr<PageSource> source, const OpenOptions& options) {
     auto impl = std::make_shared<Impl>();
-    auto source = PageSource::fromBuffer(std::move(bytes));
     ParsedHeader parsed = parseHeader(source->fileBytes());
     impl->header = parsed.info;
     source->configure(parsed.format->pageSize, parsed.info.databaseKey, std::move(parsed.page));

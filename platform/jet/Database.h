@@ -18,6 +18,7 @@ namespace ql::jet {
 
 namespace detail {
 struct Context;
+class PageSource;
 }
 
 enum class FileFormat { Jet3, Jet4 };
@@ -144,6 +145,8 @@ public:
 private:
     struct Impl;
     explicit Database(std::shared_ptr<Impl> impl);
+    // What open() and openBuffer() share once the bytes are in a page source.
+    static Database fromPages(std::shared_ptr<detail::PageSource> source, const OpenOptions& options);
     void readCatalogue();
     std::shared_ptr<Impl> impl_;
 };
