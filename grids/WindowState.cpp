@@ -1,4 +1,5 @@
 #include "grids/WindowState.h"
+#include "grids/WindowControls.h"
 
 namespace ql::grids {
 
@@ -25,6 +26,11 @@ bool applySelectButton(WindowState& state, int index) {
     auto& list = state.lstData[static_cast<std::size_t>(action->list)];
     for (int i = 0; i < list.ListCount(); ++i) list.SetSelected(i, action->select);
     return true;
+}
+
+void cmdSelect(WindowState& state, ui::Ui& ui, int index) {
+    ui.setStatusText("Selecting....");
+    applySelectButton(state, index);
 }
 
 }  // namespace ql::grids

@@ -9,6 +9,7 @@
 
 #include "grids/Grid.h"
 #include "grids/NameList.h"
+#include "platform/dao/Dao.h"
 
 namespace ql::grids {
 
@@ -43,9 +44,12 @@ struct WindowState {
     std::string SystemDbPath;
     std::string ActualDbPath;
 
-    // The database engine and the open database (DbEngine, CurrentDb) and
-    // the recordset the analysis keeps open over the system tables join
-    // here with the database layer.
+    // The engine made by the last opening and the database it opened; both
+    // stay until the next opening replaces them. The analysis keeps its
+    // recordset over the system tables here while it runs.
+    std::optional<dao::DBEngine> DbEngine;
+    std::optional<dao::Database> CurrentDb;
+    std::optional<dao::Recordset> ObjectsRecordset;
 
     std::int16_t IncludeTempQueries = kFalse;
     std::int16_t ErrorCount = 0;

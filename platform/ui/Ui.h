@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/RuntimeError.h"
+
 namespace ql::ui {
 
 // The button sets, icons and answers of a classic message box.
@@ -54,17 +56,8 @@ struct FileDialogResult {
 };
 
 // A runtime error as the command handlers' error traps see it: a number and
-// a description text.
-class RuntimeError : public std::runtime_error {
-public:
-    RuntimeError(int number, const std::string& description)
-        : std::runtime_error(description), number_(number) {}
-    int number() const { return number_; }
-    std::string description() const { return what(); }
-
-private:
-    int number_;
-};
+// a description text. One type for every layer, so a trap catches them all.
+using RuntimeError = ql::RuntimeError;
 
 // Raised when a program cannot be started: the runtime's "File not found".
 inline constexpr int kErrFileNotFound = 53;
