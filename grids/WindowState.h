@@ -5,11 +5,20 @@
 #include <array>
 #include <optional>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "grids/Grid.h"
 #include "grids/NameList.h"
 #include "platform/dao/Dao.h"
+
+namespace ql::vba {
+class AutomationApplication;
+}
+namespace ql::workbook {
+class Application;
+class Workbook;
+}
 
 namespace ql::grids {
 
@@ -62,6 +71,13 @@ struct WindowState {
     // Front-end automation starts by the module scan; the unload quits the
     // automation object when this is above 0.
     std::int16_t AccessAutomationStarts = 0;
+    // The automation object the module scan made; kept for the unload's Quit.
+    std::shared_ptr<vba::AutomationApplication> AccessApplication;
+
+    // The spreadsheet objects of a workbook report, held until the window
+    // closes.
+    std::shared_ptr<workbook::Application> ExcelApplication;
+    std::shared_ptr<workbook::Workbook> ExcelWorkbook;
 
     // One name list per tab (9 and 10 stay unused) and the twelve grids.
     std::array<NameList, kNameListCount> lstData;
