@@ -1,0 +1,59 @@
+#include "grids/ErrorLog.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <limits>
+
+#include "platform/dao/VbText.h"
+
+namespace ql::grids {
+
+namespace {
+constexpr int kNameWidth = 40;
+constexpr int kErrOverflow = 6;
+constexpr int kErrItemNotFound = 3265;
+// What VB reports for an error raised without a number of its own.
+constexpr int kErrApplicationDefined = 440;
+}  // namespace
+
+void appendErrorLog(const WindowState& state, const std::string& line) {
+    if (state.ErrorLogPath.empty()) throw RuntimeError(runtime_errors::FileNotFound, "File not found");
+    std::FILE* file = std::fopen(state.ErrorLogPath.c_str(), "ab");
+    if (!file) throw fileOpenError(errno);
+    const std::string text = line + "\r\n";
+    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    const bool closed = std::fclose(file) == 0;
+    if (!written || !closed) throw RuntimeError(runtime_errors::PathFileAccess, "Path/File access error");
+}
+
+std::string errorLogLine(const std::string& prefix, const std::string& name, const RuntimeError& error) {
+    return prefix + dao::vb::fixedWidth(name, kNameWidth) + " : " +
+           dao::vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
+           error.description();
+}
+
+std::string runErrorLogLine(const std::string& name, const RuntimeError& error) {
+    return dao::vb::fixedWidth(name, kNameWidth) + " : " + dao::vb::dateText(dao::vb::Now()) + " : " +
+           dao::vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
+           error.description();
+}
+
+void countError(WindowState& state) {
+    if (state.ErrorCount == std::numeric_limits<std::int16_t>::max()) throw RuntimeError(kErrOverflow, "Overflow");
+    ++state.ErrorCount;
+}
+
+std::string queryNameAt(const WindowState& state, int position) {
+    if (!state.CurrentDb) throw RuntimeError(91, "Object variable or With block variable not set");
+    const auto& queries = state.CurrentDb->QueryDefs();
+    if (position < 0 || position >= queries.Count())
+        throw RuntimeError(kErrItemNotFound, "Item not found in this collection.");
+    return queries.Item(position).Name();
+}
+
+RuntimeError asRuntimeError(const std::exception& e) {
+    if (const auto* runtime = dynamic_cast<const RuntimeError*>(&e)) return *runtime;
+    return RuntimeError(kErrApplicationDefined, e.what());
+}
+
+}  // namespace ql::grids
