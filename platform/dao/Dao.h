@@ -204,32 +204,49 @@ private:
     Collection<Document> documents_;
 };
 
-// A snapshot of the rows a statement gives, read when it is opened.
+// The rows a statement gives. Its fields (names, types, sizes) are known
+// once it is opened; a plain "*" over one table or saved query, without
+// WHERE, ORDER BY or DISTINCT, reads its rows only when they are first
+// needed, so a recordset opened for its field list costs no row reads.
 class Recordset {
 public:
+    using Rows = std::vector<std::vector<Variant>>;
     struct FieldValue {
         std::string name;
         Variant value;
         const std::string& Name() const { return name; }
         const Variant& Value() const { return value; }
     };
-    Recordset(std::vector<std::string> names, std::vector<std::vector<Variant>> rows);
+    // Fields known by name only (type and size 0).
+    Recordset(std::vector<std::string> names, Rows rows);
+    Recordset(std::vector<Field> fields, Rows rows);
+    // Rows read by `rows` when first needed; its errors surface there.
+    Recordset(std::vector<Field> fields, std::function<Rows()> rows);
     // EOF: past the last row (the name itself is taken by the C library).
-    bool isEOF() const { return position_ >= rows_.size(); }
+    bool isEOF() const { return position_ >= loaded().size(); }
     void MoveFirst() { position_ = 0; }
     void MoveNext();
-    int FieldsCount() const { return static_cast<int>(names_.size()); }
+    int FieldsCount() const { return fields_.Count(); }
+    const Collection<Field>& Fields() const { return fields_; }
     // The current row's value of a field by position or by name (any case);
     // 3265 for a field that is not there, 3021 with no current row.
     const Variant& Value(int index) const;
     const Variant& Value(const std::string& name) const;
     const std::string& FieldName(int index) const;
-    std::size_t RecordCount() const { return rows_.size(); }
-    void Close() { rows_.clear(); position_ = 0; }
+    std::size_t RecordCount() const { return loaded().size(); }
+    // Whether the rows have been read yet.
+    bool rowsRead() const { return !pending_; }
+    void Close() {
+        rows_.clear();
+        pending_ = nullptr;
+        position_ = 0;
+    }
 
 private:
-    std::vector<std::string> names_;
-    std::vector<std::vector<Variant>> rows_;
+    const Rows& loaded() const;
+    Collection<Field> fields_;
+    mutable Rows rows_;
+    mutable std::function<Rows()> pending_;
     std::size_t position_ = 0;
 };
 

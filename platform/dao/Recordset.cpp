@@ -19,30 +19,48 @@ using sql::Token;
 
 // ---- the recordset ------------------------------------------------------
 
-Recordset::Recordset(std::vector<std::string> names, std::vector<std::vector<Variant>> rows)
-    : names_(std::move(names)), rows_(std::move(rows)) {}
+namespace {
+std::vector<Field> untypedFields(std::vector<std::string> names) {
+    std::vector<Field> fields;
+    for (auto& name : names) fields.emplace_back(std::move(name), 0, 0);
+    return fields;
+}
+}  // namespace
+
+Recordset::Recordset(std::vector<std::string> names, Rows rows)
+    : fields_(untypedFields(std::move(names))), rows_(std::move(rows)) {}
+
+Recordset::Recordset(std::vector<Field> fields, Rows rows) : fields_(std::move(fields)), rows_(std::move(rows)) {}
+
+Recordset::Recordset(std::vector<Field> fields, std::function<Rows()> rows)
+    : fields_(std::move(fields)), pending_(std::move(rows)) {}
+
+const Recordset::Rows& Recordset::loaded() const {
+    if (pending_) {
+        rows_ = pending_();
+        pending_ = nullptr;
+    }
+    return rows_;
+}
 
 void Recordset::MoveNext() {
-    if (position_ >= rows_.size()) throw daoError(errors::NoCurrentRecord);
+    if (position_ >= loaded().size()) throw daoError(errors::NoCurrentRecord);
     ++position_;
 }
 
 const Variant& Recordset::Value(int index) const {
     if (index < 0 || index >= FieldsCount()) throw daoError(errors::ItemNotFound);
-    if (position_ >= rows_.size()) throw daoError(errors::NoCurrentRecord);
+    if (position_ >= loaded().size()) throw daoError(errors::NoCurrentRecord);
     return rows_[position_][static_cast<std::size_t>(index)];
 }
 
 const Variant& Recordset::Value(const std::string& name) const {
-    for (std::size_t i = 0; i < names_.size(); ++i)
-        if (sameDaoName(names_[i], name)) return Value(static_cast<int>(i));
+    for (int i = 0; i < FieldsCount(); ++i)
+        if (sameDaoName(fields_.Item(i).Name(), name)) return Value(i);
     throw daoError(errors::ItemNotFound);
 }
 
-const std::string& Recordset::FieldName(int index) const {
-    if (index < 0 || index >= FieldsCount()) throw daoError(errors::ItemNotFound);
-    return names_[static_cast<std::size_t>(index)];
-}
+const std::string& Recordset::FieldName(int index) const { return fields_.Item(index).Name(); }
 
 namespace {
 
@@ -185,10 +203,14 @@ private:
 
 // ---- the rows -----------------------------------------------------------
 
+// What a source is read for: its rows, its count alone, or its fields alone.
+enum class Want { Rows, Count, Fields };
+
 struct Source {
     std::vector<std::string> columns;
-    std::vector<std::vector<Variant>> rows;  // filled unless only counted
-    std::optional<std::int64_t> count;       // when the rows were not read
+    std::vector<Field> fields;               // the columns with DAO's types and sizes
+    std::vector<std::vector<Variant>> rows;  // filled when the rows were asked for
+    std::optional<std::int64_t> count;       // when only the count was asked for
 };
 
 // Jet compares text without regard to case.
@@ -222,12 +244,22 @@ bool matches(const Variant& value, const std::string& text, bool jet3) {
     return vb::CStr(value) == text;
 }
 
-// The rows of a table of `db`, all columns, or only its count when asked.
-Source readTable(const jet::Database& db, const std::string& name, bool countOnly) {
+// The fields of a table as its TableDef gives them, so that a recordset's
+// types and sizes are those of the table definition.
+std::vector<Field> tableFields(const std::shared_ptr<DatabaseState>& db, const std::string& name) {
+    const TableDef table(db, name, jet::kObjectLocalTable, 0);
+    const auto& fields = table.Fields();
+    return std::vector<Field>(fields.begin(), fields.end());
+}
+
+// A table of `db`: its fields, and its rows or its count when asked.
+Source readTable(const jet::Database& db, const std::string& name, Want want, std::vector<Field> fields) {
     Source source;
     const jet::TableDef table = db.tableDef(name);
     for (const auto& column : table.columns) source.columns.push_back(column.name);
-    if (countOnly) {
+    source.fields = std::move(fields);
+    if (want == Want::Fields) return source;
+    if (want == Want::Count) {
         source.count = static_cast<std::int64_t>(db.liveRecordCount(table));
         return source;
     }
@@ -250,11 +282,11 @@ Source readTable(const jet::Database& db, const std::string& name, bool countOnl
     return source;
 }
 
-Source readSource(DatabaseState& db, const std::string& name, bool countOnly, int depth);
+Source readSource(DatabaseState& db, const std::string& name, Want want, int depth);
 
 // A saved query that only picks columns of one table or query; anything
 // with joins, criteria or grouping would need the whole engine.
-Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, bool countOnly, int depth) {
+Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, Want want, int depth) {
     const auto& rows = db.rowsOf(query.id);
     const int type = static_cast<int>(query.flags & 0xF0);
     if (queryKind(rows, type) != QueryKind::Select) throw daoError(errors::NotSupported);
@@ -265,8 +297,8 @@ Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, bool countOn
         throw daoError(errors::NotSupported);
     const QueryShape shape = queryShape(rows, type);
     if (shape.inputs.size() != 1 || shape.inputs[0].sql) throw daoError(errors::NotSupported);
-    Source input = readSource(db, shape.inputs[0].name, countOnly, depth + 1);
-    if (countOnly) return input;
+    Source input = readSource(db, shape.inputs[0].name, want, depth + 1);
+    if (want == Want::Count) return input;
     Source out;
     std::vector<std::size_t> picks;
     for (const auto& output : shape.outputs) {
@@ -274,6 +306,7 @@ Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, bool countOn
             for (std::size_t i = 0; i < input.columns.size(); ++i) {
                 picks.push_back(i);
                 out.columns.push_back(input.columns[i]);
+                out.fields.push_back(input.fields[i]);
             }
             continue;
         }
@@ -289,6 +322,7 @@ Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, bool countOn
         if (found == input.columns.size()) throw daoError(errors::NotSupported);
         picks.push_back(found);
         out.columns.push_back(output.alias.value_or(column));
+        out.fields.emplace_back(out.columns.back(), input.fields[found].Type(), input.fields[found].Size());
     }
     for (auto& row : input.rows) {
         std::vector<Variant> picked;
@@ -298,24 +332,33 @@ Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, bool countOn
     return out;
 }
 
-Source readSource(DatabaseState& db, const std::string& name, bool countOnly, int depth) {
+Source readSource(DatabaseState& db, const std::string& name, Want want, int depth) {
     if (depth > 64) throw daoError(errors::InputMissing, name);
     try {
         if (const auto* table = db.jet.findTable(name)) {
             db.checkRead(*table, false);
-            return readTable(db.jet, table->name, countOnly);
+            // The TableDef lives only for this call; it must not own the state.
+            const std::shared_ptr<DatabaseState> self(&db, [](DatabaseState*) {});
+            return readTable(db.jet, table->name, want, tableFields(self, table->name));
         }
         if (const auto* query = db.findQuery(name)) {
             db.checkRead(*query, false);
-            return readQuery(db, *query, countOnly, depth);
+            return readQuery(db, *query, want, depth);
         }
         for (const auto& entry : db.jet.catalogue()) {
             if (entry.type != 6 || !jet::sameName(entry.name, name)) continue;
             // A table linked from another Jet file is read from there.
             std::error_code ec;
             if (!std::filesystem::exists(entry.database, ec)) throw daoError(errors::CouldNotFindFile, entry.database);
-            jet::Database other = jet::Database::open(entry.database);
-            return readTable(other, entry.foreignName.empty() ? entry.name : entry.foreignName, countOnly);
+            auto other = std::make_shared<DatabaseState>(jet::Database::open(entry.database));
+            other->name = entry.database;
+            other->jet3 = other->jet.header().format == jet::FileFormat::Jet3;
+            // The link is read as the linking database's user reads it: the
+            // other file's permissions are not consulted.
+            other->rights.emplace();
+            (*other->rights)[-1] = -1;
+            const std::string foreign = entry.foreignName.empty() ? entry.name : entry.foreignName;
+            return readTable(other->jet, foreign, want, tableFields(other, foreign));
         }
     } catch (const jet::Error&) {
         throw daoError(errors::CannotOpen, db.name);
@@ -331,7 +374,19 @@ Recordset Database::OpenRecordset(const std::string& sql) const {
         const Statement st = Parser(sql).parse();
         const bool onlyCounts = !st.star && !st.items.empty() &&
                                 std::all_of(st.items.begin(), st.items.end(), [](const SelectItem& i) { return i.count; });
-        Source source = readSource(*state_, st.source, onlyCounts && st.where.empty(), 0);
+        // A plain "*" is often opened for its field list alone: its rows wait
+        // until they are first needed.
+        const bool deferRows = st.star && st.where.empty() && st.orderBy.empty() && !st.distinct;
+        const Want want = onlyCounts && st.where.empty() ? Want::Count : (deferRows ? Want::Fields : Want::Rows);
+        Source source = readSource(*state_, st.source, want, 0);
+        if (deferRows) {
+            return Recordset(std::move(source.fields), [state = state_, name = st.source]() {
+                return shielded(*state, [&]() {
+                    state->checkOpen();
+                    return readSource(*state, name, Want::Rows, 0).rows;
+                });
+            });
+        }
 
         auto columnIndex = [&](const std::string& column) {
             for (std::size_t i = 0; i < source.columns.size(); ++i)
@@ -349,27 +404,28 @@ Recordset Database::OpenRecordset(const std::string& sql) const {
             });
         }
 
-        std::vector<std::string> names;
+        std::vector<Field> fields;
         std::vector<std::vector<Variant>> rows;
         if (onlyCounts) {
             const auto n = static_cast<std::int32_t>(source.count ? *source.count : static_cast<std::int64_t>(source.rows.size()));
             std::vector<Variant> row;
             for (const auto& item : st.items) {
-                names.push_back(item.name);
+                fields.emplace_back(item.name, field_type::Long, 4);
                 row.emplace_back(n);
             }
             rows.push_back(std::move(row));
-            return Recordset(std::move(names), std::move(rows));
+            return Recordset(std::move(fields), std::move(rows));
         }
         std::vector<std::size_t> picks;
         if (st.star) {
             for (std::size_t i = 0; i < source.columns.size(); ++i) picks.push_back(i);
-            names = source.columns;
+            fields = source.fields;
         } else {
             for (const auto& item : st.items) {
                 if (item.count) throw daoError(errors::QueryExpression, "count(*)");  // needs GROUP BY
                 picks.push_back(columnIndex(item.column));
-                names.push_back(item.name);
+                const Field& from = source.fields.at(picks.back());
+                fields.emplace_back(item.name, from.Type(), from.Size());
             }
         }
         std::vector<std::pair<std::size_t, bool>> keys;  // position in the output row, descending
@@ -419,7 +475,7 @@ Recordset Database::OpenRecordset(const std::string& sql) const {
             rows = std::move(unique);
         }
         for (auto& row : rows) row.resize(picks.size());
-        return Recordset(std::move(names), std::move(rows));
+        return Recordset(std::move(fields), std::move(rows));
     });
 }
 

@@ -241,6 +241,43 @@ TEST_F(Northwind, TheProgramsStatements) {
     EXPECT_EQ(all.FieldName(0), "OrderID");
 }
 
+TEST_F(Northwind, AWholeTableKnowsItsFieldsBeforeItsRows) {
+    // Opened for its field list alone, as the tables grid opens every table.
+    Recordset all = db_->OpenRecordset("Select * from [Order Details]");
+    EXPECT_FALSE(all.rowsRead());
+    const auto& defined = db_->TableDefs()["Order Details"].Fields();
+    ASSERT_EQ(all.Fields().Count(), defined.Count());
+    for (int i = 0; i < defined.Count(); ++i) {
+        EXPECT_EQ(all.Fields()[i].Name(), defined[i].Name());
+        EXPECT_EQ(all.Fields()[i].Type(), defined[i].Type());
+        EXPECT_EQ(all.Fields()[i].Size(), defined[i].Size());
+    }
+    EXPECT_FALSE(all.rowsRead());
+    EXPECT_FALSE(all.isEOF());
+    EXPECT_TRUE(all.rowsRead());
+    EXPECT_EQ(vb::CStr(all.Value("OrderID")), "10248");
+
+    // Anything with a clause reads at once; its fields keep their source's
+    // type and size, a count is a Long.
+    Recordset pairs = db_->OpenRecordset("Select distinct szObject as Child, szRelationship from MSysRelationships ");
+    EXPECT_TRUE(pairs.rowsRead());
+    EXPECT_EQ(pairs.Fields()["Child"].Type(), field_type::Text);
+    EXPECT_EQ(pairs.Fields()["Child"].Size(),
+              db_->TableDefs()["MSysRelationships"].Fields()["szObject"].Size());
+    Recordset count = db_->OpenRecordset("Select count(*) as Recs from [Orders]");
+    EXPECT_EQ(count.Fields()["Recs"].Type(), field_type::Long);
+    EXPECT_EQ(count.Fields()["Recs"].Size(), 4);
+}
+
+TEST(Recordset, RowsReadLateFailWhereTheyAreRead) {
+    DBEngine engine;
+    Database db = engine.OpenDatabase(corpusFile("j3_nwind_krystek.mdb").string());
+    Recordset products = db.OpenRecordset("Select * from Products");
+    db.Close();
+    EXPECT_EQ(products.FieldsCount(), 10);
+    EXPECT_EQ(raised([&] { (void)products.isEOF(); }).first, 3420);
+}
+
 TEST_F(Northwind, StatementErrors) {
     EXPECT_EQ(raised([&] { db_->OpenRecordset("Select * from [No Such]"); }),
               std::make_pair(3078, std::string("The Microsoft Jet database engine cannot find the input table or query "
