@@ -25,11 +25,6 @@ void addValueRow(Grid& grid, const std::string& label, std::string value) {
     setLastSubItem(grid, 1, std::move(value));
 }
 
-const dao::Database& currentDb(const WindowState& state) {
-    if (!state.CurrentDb) throw RuntimeError(91, "Object variable or With block variable not set");
-    return *state.CurrentDb;
-}
-
 }  // namespace
 
 void FillGridDatabase(WindowContext& ctx) {
@@ -45,7 +40,7 @@ void FillGridDatabase(WindowContext& ctx) {
     addValueRow(grid, "Last Accessed", dao::vb::dateText(GetFileDate(path, kFileAccessed)));
     addValueRow(grid, "Last Modified", dao::vb::dateText(GetFileDate(path, kFileModified)));
 
-    const auto& properties = currentDb(ctx.state).Properties();
+    const auto& properties = object(ctx.state.CurrentDb).Properties();
     for (int i = 1; i <= properties.Count(); ++i) {
         const std::string name = properties.Item(i - 1).Name();
         grid.addRow(name);

@@ -7,6 +7,8 @@ void logAndCount(WindowState& state, const std::string& line) {
     countError(state);
 }
 
+void objectNotSet() { throw RuntimeError(91, "Object variable or With block variable not set"); }
+
 GridChange::~GridChange() {
     try {
         ctx_.controls.gridChanged(k_);

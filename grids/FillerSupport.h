@@ -52,6 +52,19 @@ private:
     int k_;
 };
 
+// What an object variable refers to; VB's error 91 when it is Nothing.
+[[noreturn]] void objectNotSet();
+template <class T>
+const T& object(const T* p) {
+    if (!p) objectNotSet();
+    return *p;
+}
+template <class T>
+const T& object(const std::optional<T>& o) {
+    if (!o) objectNotSet();
+    return *o;
+}
+
 // Clears grid `k`'s rows, then its columns, and returns it.
 Grid& clearGrid(WindowState& state, int k);
 

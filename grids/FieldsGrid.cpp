@@ -1,0 +1,60 @@
+// Grid 2: every field of every table that is not a system table, with its
+// table and the name of its type. The rows come from the catalogue, the
+// count row from the name list; the two need not agree.
+#include "grids/FillerSupport.h"
+
+namespace ql::grids {
+
+void FillGridFields(WindowContext& ctx) {
+    WindowState& state = ctx.state;
+    GridChange change(ctx, kGridFields);
+    Grid& grid = clearGrid(state, kGridFields);
+    const NameList& fieldList = state.lstData[4];
+    if (fieldList.ListCount() == 0) return;
+
+    hourglass(ctx);
+    grid.addColumn("Field", 1000);
+    grid.addColumn("In Table", 1000);
+    grid.addColumn("Type", 1000);
+    addCountRow(grid, "Fields in Database ", fieldList.ListCount());
+
+    int t = 0;
+    // The handler names the saved query before position t, whatever failed;
+    // for the first table there is none and its own error leaves the fill.
+    auto handler = [&](const RuntimeError& error) {
+        logAndCount(state, errorLogLine("Field Error :", queryNameAt(state, t - 1), error));
+    };
+
+    // The table and field being read, kept between statements as the
+    // window's variables are: a statement that fails leaves the old one.
+    const dao::TableDef* table = nullptr;
+    const dao::Field* field = nullptr;
+    int tableCount = 0;
+    resumeAfterHandler([&] { tableCount = object(state.CurrentDb).TableDefs().Count(); }, handler);
+    const auto& tableDefs = state.CurrentDb->TableDefs();  // reached only when the count was read
+    for (t = 0; t < tableCount; ++t) {
+        std::string tableName;
+        bool system = false;
+        resumeAfterHandler(
+            [&] {
+                table = &tableDefs.Item(t);
+                tableName = table->Name();
+                system = tableName.find("MSys") != std::string::npos;
+            },
+            handler);
+        if (system || !table) continue;
+        int fieldCount = 0;
+        resumeAfterHandler([&] { fieldCount = table->Fields().Count(); }, handler);
+        for (int f = 0; f < fieldCount; ++f) {
+            resumeAfterHandler([&] { field = &table->Fields().Item(f); }, handler);
+            resumeAfterHandler(
+[&] { grid.addRow(object(field).Name()); }, handler);
+            resumeAfterHandler([&] { setLastSubItem(grid, 1, table->Name()); }, handler);
+            resumeAfterHandler(
+                [&] { setLastSubItem(grid, 2, FieldTypeName(static_cast<std::int16_t>(object(field).Type()))); },
+                handler);
+        }
+    }
+}
+
+}  // namespace ql::grids
