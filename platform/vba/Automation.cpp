@@ -13,11 +13,34 @@ std::string lower(std::string text) {
     return text;
 }
 
+// Why a module's source cannot be served, as the application would number it.
+RuntimeError unreadableModule(const VbaProject& project, const std::string& name, const VbaError& error) {
+    switch (error.kind()) {
+    case VbaErrorKind::Missing:
+        if (!project.find(name))
+            return RuntimeError(ModuleNotFound, "The module '" + name + "' was not found in the database.");
+        return RuntimeError(ModuleSourceDamaged, "The module '" + name + "' cannot be read: " + error.what());
+    case VbaErrorKind::CompiledOnly:
+        return RuntimeError(ModuleCompiledOnly,
+                            "The module '" + name + "' has no source: the database holds compiled code only.");
+    default:
+        return RuntimeError(ModuleSourceDamaged, "The module '" + name + "' cannot be read: " + error.what());
+    }
+}
+
 }  // namespace
 
+const ModuleSource& AutomationModule::source() const {
+    if (unreadable_) throw *unreadable_;
+    return *source_;
+}
+
+std::int32_t AutomationModule::CountOfLines() const { return source().countOfLines(); }
+
 std::string AutomationModule::Lines(std::int32_t start, std::int32_t count) const {
+    const ModuleSource& text = source();
     if (start < 1 || count < 1) throw RuntimeError(InvalidCall, "Invalid procedure call or argument");
-    return source_->lines(start, count);
+    return text.lines(start, count);
 }
 
 void AutomationDoCmd::SetWarnings(bool) const { app_.requireRunning(); }
@@ -61,17 +84,7 @@ std::shared_ptr<const AutomationModule> AutomationApplication::Modules(const std
         const ModuleSource& source = project_->source(name);
         return std::make_shared<const AutomationModule>(name, project_, source);
     } catch (const VbaError& error) {
-        switch (error.kind()) {
-        case VbaErrorKind::Missing:
-            if (!project_->find(name))
-                throw RuntimeError(ModuleNotFound, "The module '" + name + "' was not found in the database.");
-            throw RuntimeError(ModuleSourceDamaged, "The module '" + name + "' cannot be read: " + error.what());
-        case VbaErrorKind::CompiledOnly:
-            throw RuntimeError(ModuleCompiledOnly,
-                               "The module '" + name + "' has no source: the database holds compiled code only.");
-        default:
-            throw RuntimeError(ModuleSourceDamaged, "The module '" + name + "' cannot be read: " + error.what());
-        }
+        return std::make_shared<const AutomationModule>(name, unreadableModule(*project_, name, error));
     }
 }
 

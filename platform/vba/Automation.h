@@ -30,20 +30,28 @@ inline constexpr int ModuleCompiledOnly = 29045;     // an .mde: names only, no 
 inline constexpr int ModuleSourceDamaged = 29072;    // the stored source cannot be read
 }  // namespace automation_errors
 
-// A code module: its visible lines, numbered from 1.
+// A code module: its visible lines, numbered from 1. A module whose source
+// cannot be read is still handed out, as the database lists it; reading its
+// lines raises the reason (2516, 29045 or 29072), so the caller meets the
+// failure once, where it reads.
 class AutomationModule {
 public:
     AutomationModule(std::string name, std::shared_ptr<const VbaProject> project, const ModuleSource& source)
         : name_(std::move(name)), project_(std::move(project)), source_(&source) {}
+    AutomationModule(std::string name, RuntimeError unreadable)
+        : name_(std::move(name)), source_(nullptr), unreadable_(std::move(unreadable)) {}
     const std::string& Name() const { return name_; }
-    std::int32_t CountOfLines() const { return source_->countOfLines(); }
+    std::int32_t CountOfLines() const;
     // Lines start..start+count-1 joined with CR LF; raises 5 below line 1.
     std::string Lines(std::int32_t start, std::int32_t count) const;
 
 private:
+    const ModuleSource& source() const;
+
     std::string name_;
     std::shared_ptr<const VbaProject> project_;  // keeps source_ alive past CloseCurrentDatabase
     const ModuleSource* source_;
+    std::optional<RuntimeError> unreadable_;
 };
 
 // Reads the VBA project of the database at a path. Throws ql::RuntimeError
@@ -79,9 +87,11 @@ public:
     void OpenCurrentDatabase(const std::filesystem::path& path);
     void CloseCurrentDatabase();
 
-    // The module by name. Raises 2516 when there is none, 29045 for a
-    // compiled-only database and 29072 when its stored source is damaged;
-    // the description names the module and the reason.
+    // The module by name; raises 2516 when no database is open. A module
+    // without readable source raises on reading its lines: 2516 when the
+    // project has no such module, 29045 for a compiled-only database and
+    // 29072 when its stored source is damaged; the description names the
+    // module and the reason.
     std::shared_ptr<const AutomationModule> Modules(const std::string& name) const;
 
     // Ends the application; every later call raises 462. The option

@@ -38,6 +38,8 @@ public:
 
     // Why the project as a whole could not be read (empty when it was).
     const std::string& projectError() const { return projectError_; }
+    // Missing when the file simply holds no project.
+    VbaErrorKind projectErrorKind() const { return projectErrorKind_; }
 
     const std::vector<ProjectModule>& modules() const { return modules_; }
 

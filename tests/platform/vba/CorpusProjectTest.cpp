@@ -238,7 +238,7 @@ TEST(VbaCorpus, AutomationStandInReadsTheFileThroughTheJetReader) {
     app->CloseCurrentDatabase();
     app->OpenCurrentDatabase(ql::test::corpusFile("j4_database41.mde"));
     try {
-        app->Modules("Module1");
+        app->Modules("Module1")->CountOfLines();
         ADD_FAILURE() << "compiled-only module read";
     } catch (const RuntimeError& error) {
         EXPECT_EQ(error.number(), automation_errors::ModuleCompiledOnly);
