@@ -1,0 +1,333 @@
+// The macros and modules grids over the real files of the corpus: rows as
+// the containers list them, counts as an independent reading of each
+// module's text gives them, and what unreadable modules cost.
+#include "grids/ErrorLog.h"
+#include "grids/Fillers.h"
+#include "platform/vba/Automation.h"
+#include "platform/vba/ModuleExport.h"
+#include "tests/modules/IndependentCount.h"
+#include "tests/support/Corpus.h"
+#include "tests/support/HeadlessWindow.h"
+
+#include <QByteArray>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <map>
+
+namespace ql::grids {
+namespace {
+
+using test::HeadlessWindow;
+
+constexpr int kModulesList = kTabModules;
+constexpr int kMacrosList = kTabMacros;
+
+// Fills a name list as the analysis run does: every document of the
+// container, its position in ItemData.
+void listContainer(HeadlessWindow& w, const std::string& container, int list) {
+    NameList& names = w.state.lstData[static_cast<std::size_t>(list)];
+    names.Clear();
+    const auto& documents = w.state.CurrentDb->Containers().Item(container).Documents();
+    for (int i = 1; i <= documents.Count(); ++i) names.AddItem(documents.Item(i - 1).Name(), i - 1);
+}
+
+std::vector<std::string> listed(const HeadlessWindow& w, int list) {
+    std::vector<std::string> out;
+    for (const auto& entry : w.state.lstData[static_cast<std::size_t>(list)].entries()) out.push_back(entry.text);
+    return out;
+}
+
+// The names mdbtools sees, sorted.
+std::vector<std::string> mdbtoolsNames(const std::string& file, const char* kind) {
+    const auto json = test::readFile(test::corpusDir() / "details" / (file + ".json"));
+    const auto objects = QJsonDocument::fromJson(QByteArray::fromStdString(json)).object()["objects"].toObject();
+    std::vector<std::string> names;
+    for (const auto& value : objects[kind].toArray()) names.push_back(value.toString().toStdString());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> sorted(std::vector<std::string> v) {
+    std::sort(v.begin(), v.end());
+    return v;
+}
+
+// Names of the grid's object rows (after the count row).
+std::vector<std::string> rowNames(const Grid& grid) {
+    std::vector<std::string> out;
+    for (int r = 2; r <= grid.rowCount(); ++r) out.push_back(grid.row(r).text);
+    return out;
+}
+
+std::string padded40(std::string name) {
+    name.resize(40, ' ');
+    return name;
+}
+
+bool isCompiledOnly(const std::string& file) { return file.size() > 4 && file.substr(file.size() - 4) == ".mde"; }
+
+TEST(ModulesGrid, EveryCorpusModuleIsCountedAsItsTextReads) {
+    test::TempFolder sources;
+    int modules = 0;
+    for (const auto& file : test::jetDatabases()) {
+        if (test::manifest().at(file).number("modules") == 0 || isCompiledOnly(file)) continue;
+        SCOPED_TRACE(file);
+        HeadlessWindow w;
+        w.open(test::corpusFile(file));
+        listContainer(w, "Modules", kModulesList);
+        ASSERT_EQ(sorted(listed(w, kModulesList)), mdbtoolsNames(file, "modules"));
+
+        FillGridModules(w.ctx);
+
+        const Grid& grid = w.state.lvwGrid[kGridModules];
+        ASSERT_EQ(grid.columnCount(), 4);
+        const auto& columns = grid.columns();
+        EXPECT_EQ(columns[0].text, "Modules");
+        EXPECT_EQ(columns[0].width(), 3000);
+        EXPECT_EQ(columns[0].alignment, Alignment::Left);
+        for (int c = 1; c < 4; ++c) {
+            EXPECT_EQ(columns[static_cast<std::size_t>(c)].text, (std::array{"Lines", "Funcs", "Subs"})[c - 1]);
+            EXPECT_EQ(columns[static_cast<std::size_t>(c)].width(), 600);
+            EXPECT_EQ(columns[static_cast<std::size_t>(c)].alignment, Alignment::Right);
+        }
+        EXPECT_EQ(grid.row(1).text, "Modules in Database");
+        EXPECT_EQ(grid.row(1).subItem(1), std::to_string(listed(w, kModulesList).size()));
+        ASSERT_EQ(rowNames(grid), listed(w, kModulesList));
+
+        // Each module's text as the source files give it, counted apart.
+        const auto exported = vba::writeModuleSources(test::corpusFile(file), sources.path());
+        std::map<std::string, std::filesystem::path> files;
+        for (const auto& written : exported.written) files[written.module] = written.file;
+        for (int r = 2; r <= grid.rowCount(); ++r) {
+            const GridRow& row = grid.row(r);
+            SCOPED_TRACE(row.text);
+            ASSERT_TRUE(files.count(row.text));
+            const auto counts = test::countStoredText(test::readFile(files[row.text]));
+            EXPECT_EQ(row.subItem(1), std::to_string(counts.lines));
+            EXPECT_EQ(row.subItem(2), std::to_string(counts.functions));
+            EXPECT_EQ(row.subItem(3), std::to_string(counts.subs));
+            EXPECT_GT(counts.lines, 0);
+            ++modules;
+        }
+
+        EXPECT_TRUE(w.errorLogLines().empty());
+        EXPECT_EQ(w.state.ErrorCount, 0);
+        EXPECT_TRUE(w.ui.messages.empty());
+        // The scan leaves the window on the application's database: the
+        // same file, still usable after the application has quit.
+        EXPECT_EQ(w.state.CurrentDb->Name(), test::corpusFile(file).string());
+        EXPECT_EQ(w.state.CurrentDb->Containers().Item("Modules").Documents().Count(), grid.rowCount() - 1);
+    }
+    std::printf("modules counted: %d\n", modules);
+    EXPECT_EQ(modules, 39);
+}
+
+// The application is started once per scan and kept, quit, for the unload;
+// the pointer stays busy for the run to restore.
+TEST(ModulesGrid, EachScanStartsTheApplicationAndQuitsIt) {
+    HeadlessWindow w;
+    w.open(test::corpusFile("j4_database41.mdb"));
+    listContainer(w, "Modules", kModulesList);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 0);
+    FillGridModules(w.ctx);
+    ASSERT_NE(w.state.AccessApplication, nullptr);
+    const auto first = w.state.AccessApplication;
+    EXPECT_TRUE(first->hasQuit());
+    EXPECT_EQ(w.state.AccessAutomationStarts, 1);
+    EXPECT_EQ(w.ui.pointers, std::vector<ui::MousePointer>(2, ui::MousePointer::Hourglass));
+
+    FillGridModules(w.ctx);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 2);
+    EXPECT_NE(w.state.AccessApplication, first);
+    EXPECT_EQ(w.state.lvwGrid[kGridModules].rowCount(), 2);  // refilled, not appended
+}
+
+TEST(ModulesGrid, CompiledOnlyDatabaseLogsOneLinePerModuleAndGoesOn) {
+    HeadlessWindow mdb, mde;
+    mdb.open(test::corpusFile("j4_database41.mdb"));
+    mde.open(test::corpusFile("j4_database41.mde"));
+    for (auto* w : {&mdb, &mde}) {
+        listContainer(*w, "Modules", kModulesList);
+        listContainer(*w, "Scripts", kMacrosList);
+        FillGridModules(w->ctx);
+        FillGridMacros(w->ctx);
+    }
+    const Grid& source = mdb.state.lvwGrid[kGridModules];
+    const Grid& compiled = mde.state.lvwGrid[kGridModules];
+    ASSERT_EQ(rowNames(compiled), rowNames(source));
+    ASSERT_EQ(compiled.rowCount(), 2);
+    EXPECT_EQ(source.row(2).subItem(1), "2");
+
+    const auto& row = compiled.row(2);
+    EXPECT_EQ(row.subItem(1), "");  // the failed read leaves the cell unset
+    EXPECT_EQ(row.subItem(2), "-29045");
+    EXPECT_EQ(row.subItem(3), "-29045");
+
+    // One line for the one module, naming the first saved query.
+    const auto lines = mde.errorLogLines();
+    ASSERT_EQ(lines.size(), 1u);
+    const std::string query = mde.state.CurrentDb->QueryDefs().Item(0).Name();
+    EXPECT_EQ(lines[0].rfind("Modul Error :" + padded40(query) + " : 029045 : ", 0), 0u) << lines[0];
+    EXPECT_NE(lines[0].find(row.text), std::string::npos) << lines[0];
+    EXPECT_EQ(mde.state.ErrorCount, 1);
+
+    ASSERT_EQ(mde.ui.messages.size(), 2u);
+    EXPECT_EQ(mde.ui.messages[0].text, "Error (Funcs) No 29045");
+    EXPECT_EQ(mde.ui.messages[1].text, "Error (Subs) No 29045");
+    for (const auto& message : mde.ui.messages) {
+        EXPECT_EQ(message.title, "Quarrylantern");
+        EXPECT_EQ(message.buttons, ui::Buttons::OK);
+        EXPECT_EQ(message.icon, ui::Icon::None);
+    }
+    EXPECT_TRUE(mde.state.AccessApplication->hasQuit());
+    // The macros of both files are listed alike.
+    EXPECT_EQ(rowNames(mde.state.lvwGrid[kGridMacros]), rowNames(mdb.state.lvwGrid[kGridMacros]));
+}
+
+// A copy of a corpus file in which every stored source container of the
+// chosen modules no longer opens with its signature byte. The containers are
+// found by the way every module text begins (`Attribute VB_Name = "..."` in
+// literal tokens); old copies in free space are damaged too, which is
+// harmless.
+std::filesystem::path damagedCopy(const test::TempFolder& folder, const std::string& file,
+                                  const std::function<bool(const std::string&)>& chosen) {
+    std::string bytes = test::readFile(test::corpusFile(file));
+    int damaged = 0;
+    for (std::size_t at = bytes.find("Attribut"); at != std::string::npos; at = bytes.find("Attribut", at + 1)) {
+        if (at < 4 || bytes[at - 4] != '\x01' || (static_cast<unsigned char>(bytes[at - 2]) & 0xF0) != 0xB0 ||
+            bytes[at - 1] != '\0')
+            continue;
+        std::string text;
+        for (std::size_t group = at - 1; group + 9 <= bytes.size() && bytes[group] == '\0' && text.size() < 160;
+             group += 9)
+            text += bytes.substr(group + 1, 8);
+        static const std::string kHead = "Attribute VB_Name = \"";
+        if (text.rfind(kHead, 0) != 0) continue;
+        const auto quote = text.find('"', kHead.size());
+        if (quote == std::string::npos || !chosen(text.substr(kHead.size(), quote - kHead.size()))) continue;
+        bytes[at - 4] = '\0';
+        ++damaged;
+    }
+    EXPECT_GT(damaged, 0);
+    return folder.write(file, bytes);
+}
+
+TEST(ModulesGrid, DamagedModuleCostsOnlyItsOwnRow) {
+    const std::string file = "j4_northwind2000.mdb";
+    HeadlessWindow clean, damaged;
+    clean.open(test::corpusFile(file));
+    damaged.open(damagedCopy(damaged.folder, file, [](const std::string& name) { return name == "Startup"; }));
+    for (auto* w : {&clean, &damaged}) {
+        listContainer(*w, "Modules", kModulesList);
+        FillGridModules(w->ctx);
+    }
+    const Grid& good = clean.state.lvwGrid[kGridModules];
+    const Grid& bad = damaged.state.lvwGrid[kGridModules];
+    ASSERT_EQ(rowNames(bad), rowNames(good));
+    int position = 0;
+    for (int r = 2; r <= bad.rowCount(); ++r) {
+        SCOPED_TRACE(bad.row(r).text);
+        if (bad.row(r).text != "Startup") {
+            EXPECT_EQ(bad.row(r).subItems, good.row(r).subItems);
+            continue;
+        }
+        position = r - 1;
+        EXPECT_EQ(bad.row(r).subItem(1), "");
+        EXPECT_EQ(bad.row(r).subItem(2), "-29072");
+        EXPECT_EQ(bad.row(r).subItem(3), "-29072");
+    }
+    ASSERT_GT(position, 0);
+    const auto lines = damaged.errorLogLines();
+    ASSERT_EQ(lines.size(), 1u);
+    const std::string query = damaged.state.CurrentDb->QueryDefs().Item(position - 1).Name();
+    EXPECT_EQ(lines[0].rfind("Modul Error :" + padded40(query) + " : 029072 : ", 0), 0u) << lines[0];
+    EXPECT_EQ(damaged.state.ErrorCount, 1);
+    EXPECT_EQ(damaged.ui.messages.size(), 2u);
+}
+
+// With no saved query at the failing module's position the handler's own
+// lookup fails, and that error leaves the filler.
+TEST(ModulesGrid, HandlerWithoutAQueryToNameLeavesTheFiller) {
+    const std::string file = "j4_api_modules_only.mdb";
+    ASSERT_EQ(test::manifest().at(file).number("queries"), 0);
+    HeadlessWindow w;
+    w.open(damagedCopy(w.folder, file, [](const std::string&) { return true; }));
+    listContainer(w, "Modules", kModulesList);
+    try {
+        FillGridModules(w.ctx);
+        FAIL() << "the filler finished";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number(), 3265);
+    }
+    const Grid& grid = w.state.lvwGrid[kGridModules];
+    ASSERT_EQ(grid.rowCount(), 2);  // the count row and the first module
+    EXPECT_EQ(grid.row(2).text, listed(w, kModulesList).front());
+    EXPECT_EQ(w.state.ErrorCount, 0);
+    EXPECT_TRUE(w.errorLogLines().empty());
+    EXPECT_EQ(w.state.AccessAutomationStarts, 1);  // started, and left running for the unload
+    EXPECT_FALSE(w.state.AccessApplication->hasQuit());
+}
+
+TEST(MacrosGrid, ListsTheMacrosWhileTheModulesGridStaysEmpty) {
+    const std::string file = "j4_tmpclp_macros_ru.mdb";
+    HeadlessWindow w;
+    w.open(test::corpusFile(file));
+    listContainer(w, "Scripts", kMacrosList);
+    listContainer(w, "Modules", kModulesList);
+    ASSERT_EQ(sorted(listed(w, kMacrosList)), mdbtoolsNames(file, "macros"));
+    ASSERT_EQ(listed(w, kModulesList).size(), 0u);
+
+    FillGridMacros(w.ctx);
+    FillGridModules(w.ctx);
+
+    const Grid& macros = w.state.lvwGrid[kGridMacros];
+    ASSERT_EQ(macros.columnCount(), 2);
+    EXPECT_EQ(macros.columns()[0].text, "Macros");
+    EXPECT_EQ(macros.columns()[0].width(), 3000);
+    EXPECT_EQ(macros.columns()[1].text, "");
+    EXPECT_FALSE(macros.columns()[1].widthTwips);
+    EXPECT_EQ(macros.row(1).text, "Macros in Database");
+    EXPECT_EQ(macros.row(1).subItem(1), "14");
+    EXPECT_EQ(rowNames(macros), listed(w, kMacrosList));
+    for (int r = 2; r <= macros.rowCount(); ++r) EXPECT_TRUE(macros.row(r).subItems.empty());
+
+    const Grid& modules = w.state.lvwGrid[kGridModules];
+    EXPECT_EQ(modules.columnCount(), 0);
+    EXPECT_EQ(modules.rowCount(), 0);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 0);
+    EXPECT_EQ(w.state.AccessApplication, nullptr);
+    // The macros filler gives the pointer back; the modules filler leaves it busy.
+    EXPECT_EQ(w.ui.pointers, (std::vector{ui::MousePointer::Hourglass, ui::MousePointer::Default,
+                                          ui::MousePointer::Hourglass}));
+}
+
+TEST(MacrosGrid, EmptyListsClearWhatAnEarlierRunLeft) {
+    HeadlessWindow w;
+    w.open(test::corpusFile("j4_database41.mdb"));
+    listContainer(w, "Scripts", kMacrosList);
+    listContainer(w, "Modules", kModulesList);
+    FillGridMacros(w.ctx);
+    FillGridModules(w.ctx);
+    ASSERT_GT(w.state.lvwGrid[kGridMacros].rowCount(), 0);
+    ASSERT_GT(w.state.lvwGrid[kGridModules].rowCount(), 0);
+
+    w.state.lstData[kMacrosList].Clear();
+    w.state.lstData[kModulesList].Clear();
+    FillGridMacros(w.ctx);
+    FillGridModules(w.ctx);
+    for (int k : {kGridMacros, kGridModules}) {
+        EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].rowCount(), 0);
+        EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].columnCount(), 0);
+    }
+    EXPECT_EQ(w.state.AccessAutomationStarts, 1);
+}
+
+}  // namespace
+}  // namespace ql::grids
