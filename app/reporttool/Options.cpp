@@ -1,0 +1,124 @@
+#include "app/reporttool/Options.h"
+
+#include <optional>
+
+namespace ql::reporttool {
+
+namespace {
+
+struct FormatName {
+    const char* name;
+    Format format;
+    const char* extension;
+};
+constexpr FormatName kFormats[] = {
+    {"json", Format::Json, ".json"}, {"text", Format::Text, ".txt"}, {"xml", Format::Xml, ".xml"},
+    {"csv", Format::Csv, ".csv"},    {"xls", Format::Xls, ".xls"},
+};
+
+std::optional<Format> formatByName(const std::string& name) {
+    for (const auto& f : kFormats)
+        if (name == f.name) return f.format;
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string formatExtension(Format format) {
+    for (const auto& f : kFormats)
+        if (f.format == format) return f.extension;
+    return {};
+}
+
+std::string formatName(Format format) {
+    for (const auto& f : kFormats)
+        if (f.format == format) return f.name;
+    return {};
+}
+
+std::string usageText(const std::string& program) {
+    return "Usage: " + program +
+           " [--workgroup FILE.mdw] [--format json|text|xml|csv|xls] [--stats]\n"
+           "       [--temp-queries] [--timings] --output FILE|- DATABASE...\n"
+           "\n"
+           "Analyses each Access database as the Quarrylantern window does and writes a report.\n"
+           "\n"
+           "  --workgroup FILE   workgroup file to sign in with (default: Admin without password)\n"
+           "  --format FORMAT    report format (default json)\n"
+           "  --stats            append the statistics body (text reports)\n"
+           "  --temp-queries     list the control queries (\"~\" names) too\n"
+           "  --timings          print the time of each stage of each run on stderr\n"
+           "  --output FILE|-    the report file, or - for standard output; with several\n"
+           "                     databases (or an existing folder) a folder, one report per\n"
+           "                     database named after the database file\n"
+           "  --help             show this text\n"
+           "\n"
+           "Exit status: 0 every database analysed, 1 some database could not be opened or\n"
+           "analysed (its error is in its report), 2 bad usage.\n";
+}
+
+ParseResult parseOptions(const std::vector<std::string>& args) {
+    Options options;
+    bool haveOutput = false;
+    bool optionsEnded = false;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (optionsEnded || arg.size() < 2 || arg.compare(0, 2, "--") != 0) {
+            if (arg == "-" && !optionsEnded) return UsageError{"a database cannot be read from standard input"};
+            options.databases.push_back(arg);
+            continue;
+        }
+        if (arg == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        std::string name = arg;
+        std::optional<std::string> inlineValue;
+        if (const auto eq = arg.find('='); eq != std::string::npos) {
+            name = arg.substr(0, eq);
+            inlineValue = arg.substr(eq + 1);
+        }
+        auto value = [&]() -> std::optional<std::string> {
+            if (inlineValue) return inlineValue;
+            if (i + 1 >= args.size()) return std::nullopt;
+            return args[++i];
+        };
+        auto flag = [&](bool& target) -> std::optional<UsageError> {
+            if (inlineValue) return UsageError{name + " takes no value"};
+            target = true;
+            return std::nullopt;
+        };
+
+        if (name == "--help") return HelpRequested{};
+        if (name == "--stats" || name == "--temp-queries" || name == "--timings") {
+            bool& target = name == "--stats" ? options.stats : name == "--timings" ? options.timings : options.tempQueries;
+            if (auto error = flag(target)) return *error;
+            continue;
+        }
+        if (name == "--workgroup" || name == "--output" || name == "--format") {
+            const auto v = value();
+            if (!v || v->empty()) return UsageError{name + " needs a value"};
+            if (name == "--workgroup") {
+                options.workgroup = *v;
+            } else if (name == "--output") {
+                options.output = *v;
+                haveOutput = true;
+            } else {
+                const auto format = formatByName(*v);
+                if (!format) return UsageError{"unknown format '" + *v + "' (json, text, xml, csv or xls)"};
+                options.format = *format;
+            }
+            continue;
+        }
+        return UsageError{"unknown option '" + arg + "'"};
+    }
+    if (!haveOutput) return UsageError{"--output is required"};
+    if (options.databases.empty()) return UsageError{"no database given"};
+    if (options.databases.size() > 1 && options.output == "-")
+        return UsageError{"with several databases --output names a folder, not -"};
+    if (options.stats && options.format == Format::Json)
+        return UsageError{"--stats belongs to the text, XML, CSV and Excel reports, not to json"};
+    return options;
+}
+
+}  // namespace ql::reporttool

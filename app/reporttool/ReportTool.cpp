@@ -1,0 +1,240 @@
+#include "app/reporttool/ReportTool.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+#include "analysis/AnalysisRun.h"
+#include "app/reporttool/HeadlessUi.h"
+#include "app/reporttool/JsonReport.h"
+#include "app/reporttool/StageTimer.h"
+#include "grids/ErrorLog.h"
+#include "grids/UnhandledError.h"
+#include "grids/WindowContext.h"
+#include "platform/dao/Dao.h"
+#include "platform/profile/SettingsFile.h"
+#include "platform/vba/Automation.h"
+
+namespace ql::reporttool {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<std::string> readLogLines(const std::string& path) {
+    std::vector<std::string> lines;
+    std::ifstream in(path, std::ios::binary);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// "Run-time error '3265':" and the description on one line.
+std::string oneLine(const RuntimeError& error) {
+    std::string text = grids::runtimeErrorText(error);
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\r' || c == '\n') {
+            if (!out.empty() && out.back() != ' ') out += ' ';
+            continue;
+        }
+        out += c;
+    }
+    return out;
+}
+
+// Everything one database's run needs and leaves: the window's state with
+// its screen and controls, and the outcome the report is made from.
+class DatabaseRun {
+public:
+    DatabaseRun(const Options& options, const std::string& database, const ToolEnvironment& environment,
+                const fs::path& scratch)
+        : options_(options),
+          program_(environment.program),
+          // A private settings file: a batch run never changes what the
+          // window remembers.
+          settings_(scratch / "settings", scratch / "settings", [](const fs::path&) { return true; }),
+          controls_(state_, ui_),
+          ctx_{state_, ui_, controls_, program_, settings_, environment.programFolder} {
+        outcome_.database = database;
+        outcome_.workgroup = options.workgroup;
+        // The control queries box and the flag it sets, as a click on it
+        // leaves them: the run lists "~" queries by the flag, the queries
+        // grid by the box.
+        controls_.qryControl = options.tempQueries ? grids::kChecked : grids::kUnchecked;
+        state_.IncludeTempQueries = options.tempQueries ? grids::kTrue : grids::kFalse;
+        fs::create_directories(scratch / "settings");
+        state_.ErrorLogPath = (scratch / "Errors.Log").string();
+        ui_.onStatus = [this](const std::string& text) { timer_.status(text); };
+    }
+
+    // The open as a successful "Database.." leaves the window, without its
+    // dialogs and file checks: the engine reports every failure itself.
+    void open() {
+        timer_.begin("open");
+        try {
+            dao::DBEngine engine;
+            engine.SystemDB = options_.workgroup;
+            state_.CurrentDb = engine.OpenDatabase(outcome_.database, false, true);
+            state_.DbEngine = engine;
+            state_.SystemDbPath = options_.workgroup;
+            state_.ActualDbPath = outcome_.database;
+            controls_.setTxtMDB(outcome_.database);
+            outcome_.opened = true;
+        } catch (const std::exception& e) {
+            outcome_.error = grids::asRuntimeError(e);
+        }
+        timer_.end();
+    }
+
+    void analyse() {
+        timer_.begin("run start");
+        try {
+            analysis::cmdAnalyse_Click(ctx_);
+        } catch (const grids::UnhandledError& e) {
+            outcome_.aborted = true;
+            outcome_.error = e.error();
+        } catch (const std::exception& e) {
+            outcome_.aborted = true;
+            outcome_.error = grids::asRuntimeError(e);
+        }
+        timer_.end();
+        outcome_.errorLog = readLogLines(state_.ErrorLogPath);
+        outcome_.messages = ui_.messages;
+        unload();
+    }
+
+    QByteArray json() const { return jsonReport(outcome_, state_, controls_.qryControl); }
+
+    const RunOutcome& outcome() const { return outcome_; }
+    StageTimer& timer() { return timer_; }
+
+private:
+    // What the window's unload does with the automation object the module
+    // scan made.
+    void unload() {
+        if (state_.AccessAutomationStarts > 0 && state_.AccessApplication) {
+            try {
+                state_.AccessApplication->Quit(2);
+            } catch (const std::exception&) {
+                // Already gone: nothing to quit.
+            }
+        }
+    }
+
+    const Options& options_;
+    env::ProgramValues program_;
+    profile::SettingsFile settings_;
+    grids::WindowState state_;
+    HeadlessUi ui_;
+    grids::RecordedControls controls_;
+    grids::WindowContext ctx_;
+    RunOutcome outcome_;
+    StageTimer timer_;
+};
+
+// Writes `data` to `path` whole or not at all; "-" is standard output.
+bool writeReport(const std::string& path, const QByteArray& data, std::ostream& out, std::string& why) {
+    if (path == "-") {
+        out.write(data.constData(), data.size());
+        out.flush();
+        if (!out) why = "standard output cannot be written";
+        return static_cast<bool>(out);
+    }
+    QSaveFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
+        why = file.errorString().toStdString();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string reportFileName(const std::string& database, Format format) {
+    return fs::path(database).filename().string() + formatExtension(format);
+}
+
+int runTool(const Options& options, const ToolEnvironment& environment) {
+    std::ostream& err = *environment.err;
+    const std::string prefix = environment.programName + ": ";
+
+    // Several databases, or an existing folder, make --output a folder.
+    std::error_code ec;
+    const bool toFolder = options.output != "-" &&
+                          (options.databases.size() > 1 || fs::is_directory(options.output, ec));
+    if (toFolder) {
+        fs::create_directories(options.output, ec);
+        if (ec || !fs::is_directory(options.output)) {
+            err << prefix << "cannot create the folder " << options.output << ": " << ec.message() << "\n";
+            return 1;
+        }
+    }
+
+    StageTimer allStages;
+    std::set<std::string> usedNames;
+    bool failed = false;
+    const std::size_t count = options.databases.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string& database = options.databases[i];
+        if (environment.progressLines)
+            err << prefix << "[" << (i + 1) << "/" << count << "] " << database << "\n" << std::flush;
+
+        std::string target = options.output;
+        if (toFolder) {
+            // Same file names from different folders get a number.
+            std::string name = reportFileName(database, options.format);
+            for (int n = 2; usedNames.count(name); ++n)
+                name = fs::path(database).filename().string() + "-" + std::to_string(n) +
+                       formatExtension(options.format);
+            usedNames.insert(name);
+            target = (fs::path(options.output) / name).string();
+        }
+
+        QTemporaryDir scratch;
+        if (!scratch.isValid()) {
+            err << prefix << "cannot make a temporary folder: " << scratch.errorString().toStdString() << "\n";
+            return 1;
+        }
+        DatabaseRun run(options, database, environment, fs::path(scratch.path().toStdString()));
+        run.open();
+        if (run.outcome().opened) run.analyse();
+
+        const auto& outcome = run.outcome();
+        if (!outcome.opened) {
+            failed = true;
+            err << prefix << database << ": cannot open: error " << outcome.error->number() << ": "
+                << outcome.error->description() << "\n";
+        } else if (outcome.aborted) {
+            failed = true;
+            err << prefix << database << ": analysis ended: " << oneLine(*outcome.error) << "\n";
+        }
+
+        run.timer().begin("write report");
+        std::string why;
+        const bool written = writeReport(target, run.json(), *environment.out, why);
+        run.timer().end();
+        if (!written) {
+            failed = true;
+            err << prefix << "cannot write " << target << ": " << why << "\n";
+        }
+
+        if (options.timings) {
+            err << "timings: " << database << "\n" << run.timer().table();
+            for (const auto& stage : run.timer().stages()) allStages.add(stage.name, stage.milliseconds);
+        }
+    }
+    if (options.timings && count > 1) err << "timings: all " << count << " databases\n" << allStages.table();
+    return failed ? 1 : 0;
+}
+
+}  // namespace ql::reporttool

@@ -1,0 +1,34 @@
+#pragma once
+// The driver of quarrylantern-report: for each database a fresh window
+// state, the open, the analysis run the window runs, and the report.
+#include <ostream>
+#include <string>
+
+#include "app/reporttool/Options.h"
+#include "env/ProgramValues.h"
+
+namespace ql::reporttool {
+
+struct ToolEnvironment {
+    std::string programName = "quarrylantern-report";
+    std::string programFolder;
+    env::ProgramValues program;
+    // Where the reports go when --output is "-".
+    std::ostream* out = nullptr;
+    // Error lines, progress lines and timing tables.
+    std::ostream* err = nullptr;
+    // One line per database before it is analysed (stderr is a terminal).
+    bool progressLines = false;
+};
+
+// Runs every database of `options`; returns the exit status: 0 every
+// database analysed and its report written, 1 some database could not be
+// opened, its run ended early or its report could not be written.
+int runTool(const Options& options, const ToolEnvironment& environment);
+
+// The report file of `database` inside `folder`: the database's file name
+// with the format's extension added ("nwind.mdb" -> "nwind.mdb.json"), so
+// that "x.mdb" and "x.mde" side by side keep apart.
+std::string reportFileName(const std::string& database, Format format);
+
+}  // namespace ql::reporttool

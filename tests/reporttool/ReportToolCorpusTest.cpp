@@ -1,0 +1,382 @@
+// The built quarrylantern-report over the whole corpus, checked against the
+// manifest, the details the third-party reader saw, and mdbtools itself.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "tests/reporttool/Run.h"
+#include "tests/support/Corpus.h"
+#include "tests/support/TempFolder.h"
+
+namespace ql::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kTool = QL_REPORT_TOOL;
+
+// Files that do not open with the default workgroup and no password, and
+// DAO's number for each.
+const std::map<std::string, int> kRefused = {
+    {"j4_pwd2003.mdb", 3031},
+    {"j3_esis_secured.mdb", 3033},
+    {"j3_contour_cdu_secured.mdb", 3033},
+    {"j4_kontener_enc.mdb", 3033},
+};
+
+QJsonObject parseReport(const fs::path& file) {
+    QJsonParseError error{};
+    const auto doc = QJsonDocument::fromJson(QByteArray::fromStdString(TempFolder::read(file)), &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << file << ": " << error.errorString().toStdString();
+    return doc.object();
+}
+
+std::vector<std::string> strings(const QJsonValue& value) {
+    std::vector<std::string> out;
+    for (const auto& v : value.toArray()) out.push_back(v.toString().toStdString());
+    return out;
+}
+
+std::vector<std::vector<std::string>> gridRows(const QJsonObject& report, int grid) {
+    std::vector<std::vector<std::string>> rows;
+    for (const auto& row : report["grids"].toArray()[grid].toObject()["rows"].toArray()) rows.push_back(strings(row));
+    return rows;
+}
+
+// What the third party's reader saw in the file.
+QJsonObject detailObjects(const std::string& file) {
+    const auto text = readFile(corpusDir() / "details" / (file + ".json"));
+    return QJsonDocument::fromJson(QByteArray::fromStdString(text)).object()["objects"].toObject();
+}
+
+std::vector<std::string> detailNames(const QJsonObject& objects, const char* kind) {
+    std::vector<std::string> names;
+    for (const auto& v : objects[kind].toArray())
+        names.push_back((v.isObject() ? v.toObject()["name"] : v).toString().toStdString());
+    return names;
+}
+
+bool contains(const std::string& s, const char* part) { return s.find(part) != std::string::npos; }
+
+std::vector<std::string> sorted(std::vector<std::string> v) {
+    std::sort(v.begin(), v.end());
+    return v;
+}
+
+std::vector<std::string> without(const std::vector<std::string>& names, const char* part) {
+    std::vector<std::string> out;
+    for (const auto& n : names)
+        if (!contains(n, part)) out.push_back(n);
+    return out;
+}
+
+std::vector<std::string> runArgs(std::vector<std::string> head, const std::vector<fs::path>& files) {
+    for (const auto& f : files) head.push_back(f.string());
+    return head;
+}
+
+// mdbtools' rows of a table, tab-separated, header first.
+std::vector<std::vector<std::string>> mdbExport(const fs::path& file, const std::string& table) {
+    const auto run = runProgram({"mdb-export", "-d", "\t", "-Q", file.string(), table});
+    std::vector<std::vector<std::string>> rows;
+    std::istringstream in(run.out);
+    std::string line;
+    while (std::getline(in, line)) {
+        std::vector<std::string> cells;
+        std::istringstream cellsIn(line);
+        std::string cell;
+        while (std::getline(cellsIn, cell, '\t')) cells.push_back(cell);
+        rows.push_back(cells);
+    }
+    return rows;
+}
+
+struct FileFacts {
+    std::string bytes;
+    timespec mtime{};
+};
+
+FileFacts facts(const fs::path& file) {
+    FileFacts f;
+    f.bytes = TempFolder::read(file);
+    struct stat st {};
+    if (stat(file.c_str(), &st) == 0) f.mtime = st.st_mtim;
+    return f;
+}
+
+// Two runs over every Jet database in one process each: the first plain
+// with a missing database among them and the timings on, the second with
+// the control queries and the files that are no Jet database at all.
+class ReportToolCorpus : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        folder = new TempFolder;
+        for (const auto& name : jetDatabases()) {
+            jetFiles.push_back(corpusFile(name));
+            before[name] = facts(corpusFile(name));
+        }
+        missing = *folder / "no such folder" / "missing.mdb";
+
+        auto first = jetFiles;
+        first.insert(first.begin() + 3, missing);
+        plain = runProgram(runArgs({kTool, "--timings", "--output", (*folder / "plain").string()}, first));
+
+        auto second = jetFiles;
+        for (const auto& name : nonJetFiles()) second.push_back(corpusFile(name));
+        withTemp = runProgram(
+            runArgs({kTool, "--temp-queries", "--output=" + (*folder / "temp").string()}, second));
+    }
+    static void TearDownTestSuite() {
+        delete folder;
+        folder = nullptr;
+    }
+
+    static QJsonObject report(const char* run, const std::string& file) {
+        return parseReport(*folder / run / (file + ".json"));
+    }
+
+    static inline TempFolder* folder = nullptr;
+    static inline std::vector<fs::path> jetFiles;
+    static inline fs::path missing;
+    static inline std::map<std::string, FileFacts> before;
+    static inline ProgramRun plain;
+    static inline ProgramRun withTemp;
+};
+
+TEST_F(ReportToolCorpus, OneReportPerDatabaseAndOnlyTheRefusedOnesFail) {
+    EXPECT_EQ(plain.status, 1) << plain.err;
+    EXPECT_EQ(withTemp.status, 1) << withTemp.err;
+
+    const QJsonObject gone = report("plain", "missing.mdb");
+    EXPECT_FALSE(gone["opened"].toBool());
+    EXPECT_EQ(gone["error"]["number"].toInt(), 3024);
+    EXPECT_NE(gone["error"]["description"].toString().toStdString().find(missing.string()), std::string::npos);
+    EXPECT_NE(plain.err.find(missing.string()), std::string::npos) << plain.err;
+
+    for (const auto& name : jetDatabases()) {
+        SCOPED_TRACE(name);
+        for (const char* run : {"plain", "temp"}) {
+            const QJsonObject r = report(run, name);
+            EXPECT_EQ(r["database"].toString().toStdString(), corpusFile(name).string());
+            EXPECT_EQ(r["grids"].toArray().size(), 12);
+            if (const auto refused = kRefused.find(name); refused != kRefused.end()) {
+                EXPECT_FALSE(r["opened"].toBool());
+                EXPECT_EQ(r["error"]["number"].toInt(), refused->second);
+                // One stderr line per database that did not open.
+                EXPECT_NE(plain.err.find(corpusFile(name).string() + ": cannot open: error " +
+                                         std::to_string(refused->second)),
+                          std::string::npos);
+                continue;
+            }
+            EXPECT_TRUE(r["opened"].toBool());
+            EXPECT_FALSE(r["aborted"].toBool()) << r["error"]["description"].toString().toStdString();
+            EXPECT_TRUE(r["error"].isNull());
+            // The run ends with its message, and a run with errors says so.
+            const auto messages = r["messages"].toArray();
+            ASSERT_FALSE(messages.isEmpty());
+            EXPECT_EQ(messages[0]["text"].toString(), "Database Examined");
+            EXPECT_EQ(messages.size(), r["error_count"].toInt() > 0 ? 2 : 1);
+            EXPECT_EQ(r["error_log"].toArray().size(), r["error_count"].toInt());
+        }
+    }
+    for (const auto& name : nonJetFiles()) {
+        SCOPED_TRACE(name);
+        const QJsonObject r = report("temp", name);
+        EXPECT_FALSE(r["opened"].toBool());
+        EXPECT_EQ(r["error"]["number"].toInt(), 3343);
+    }
+}
+
+TEST_F(ReportToolCorpus, NameListsAgreeWithTheManifestAndTheDetails) {
+    for (const auto& name : jetDatabases()) {
+        if (kRefused.count(name)) continue;
+        SCOPED_TRACE(name);
+        const auto& row = manifest().at(name);
+        const QJsonObject objects = detailObjects(name);
+        const QJsonObject lists = report("plain", name)["lists"].toObject();
+        const QJsonObject listsTemp = report("temp", name)["lists"].toObject();
+
+        EXPECT_EQ(lists["tables"].toArray().size(), row.number("tables_local") + row.number("tables_system_flagged"));
+        EXPECT_EQ(lists["forms"].toArray().size(), row.number("forms"));
+        EXPECT_EQ(lists["reports"].toArray().size(), row.number("reports"));
+        EXPECT_EQ(lists["macros"].toArray().size(), row.number("macros"));
+        EXPECT_EQ(lists["modules"].toArray().size(), row.number("modules"));
+        EXPECT_EQ(lists["relationships"].toArray().size(), row.number("relationships"));
+        EXPECT_EQ(sorted(strings(lists["pages"])), sorted(without(detailNames(objects, "daps"), "~TMP")));
+
+        // "~" anywhere keeps a query out of the list unless asked for.
+        const auto queries = detailNames(objects, "queries");
+        EXPECT_EQ(static_cast<int>(queries.size()), row.number("queries"));
+        EXPECT_EQ(sorted(strings(lists["queries"])), sorted(without(queries, "~")));
+        EXPECT_EQ(sorted(strings(listsTemp["queries"])), sorted(queries));
+        EXPECT_LE(row.number("queries_hidden_sq"), static_cast<int>(queries.size() - lists["queries"].toArray().size()));
+
+        // The other lists do not depend on the control queries.
+        for (const char* kind : {"tables", "indexes", "relationships", "fields", "forms", "reports", "macros", "modules", "pages"})
+            EXPECT_EQ(lists[kind], listsTemp[kind]) << kind;
+    }
+}
+
+TEST_F(ReportToolCorpus, CountRowsCountTheListsAndTheQueriesGridFollowsTheControlBox) {
+    struct Counted {
+        int grid;
+        const char* list;
+        const char* caption;
+    };
+    const Counted counted[] = {
+        {1, "tables", "Tables in Database : "}, {2, "fields", "Fields in Database "},
+        {4, "indexes", "Indexes in Database"},  {5, "macros", "Macros in Database"},
+        {6, "modules", "Modules in Database"},  {7, "relationships", "Relationships in Database"},
+        {8, "queries", "Views in Database"},
+    };
+    for (const auto& name : jetDatabases()) {
+        if (kRefused.count(name)) continue;
+        SCOPED_TRACE(name);
+        for (const char* run : {"plain", "temp"}) {
+            const QJsonObject r = report(run, name);
+            for (const auto& c : counted) {
+                SCOPED_TRACE(c.list);
+                const auto rows = gridRows(r, c.grid);
+                const auto entries = r["lists"][c.list].toArray().size();
+                if (entries == 0) {
+                    EXPECT_TRUE(rows.empty());
+                    EXPECT_TRUE(r["grids"][c.grid]["columns"].toArray().isEmpty());
+                    continue;
+                }
+                ASSERT_FALSE(rows.empty());
+                EXPECT_EQ(rows[0][0], c.caption);
+                EXPECT_EQ(rows[0][1], std::to_string(entries));
+            }
+            // Unticked, the grid leaves out the names that begin with "~";
+            // ticked, it lists every query definition.
+            const auto rows = gridRows(r, 8);
+            if (rows.empty()) continue;
+            const auto queries = detailNames(detailObjects(name), "queries");
+            std::size_t expected = 0;
+            for (const auto& q : queries) expected += std::string(run) == "temp" || q.rfind('~', 0) != 0;
+            EXPECT_EQ(rows.size() - 1, expected) << run;
+            EXPECT_EQ(r["queries"].toArray().size(), static_cast<qsizetype>(expected)) << run;
+        }
+    }
+}
+
+TEST_F(ReportToolCorpus, RecordCountsAgreeWithMdbCount) {
+    for (const auto& name : jetDatabases()) {
+        if (kRefused.count(name)) continue;
+        SCOPED_TRACE(name);
+        const auto rows = gridRows(report("plain", name), 1);
+        for (std::size_t i = 1; i < rows.size(); ++i) {
+            const auto& table = rows[i][0];
+            const auto count = runProgram({"mdb-count", corpusFile(name).string(), table});
+            ASSERT_EQ(count.status, 0) << table;
+            EXPECT_EQ(rows[i][1] + "\n", count.out) << table;
+        }
+    }
+}
+
+// A relationship is listed once per record of its table pair for every
+// distinct relationship of that pair: the rows follow from the system
+// table's records alone, read here by mdbtools.
+TEST_F(ReportToolCorpus, RelationshipRowsRepeatPerTablePair) {
+    for (const char* name : {"j4_avtovokzal_multicol.mdb", "j4_stock_th.mdb"}) {
+        SCOPED_TRACE(name);
+        const auto records = mdbExport(corpusFile(name), "MSysRelationships");
+        ASSERT_GT(records.size(), 1u);
+        const auto& header = records[0];
+        auto column = [&](const char* n) {
+            return static_cast<std::size_t>(std::find(header.begin(), header.end(), n) - header.begin());
+        };
+        const auto rel = column("szRelationship"), from = column("szObject"), to = column("szReferencedObject");
+        std::map<std::pair<std::string, std::string>, std::vector<std::vector<std::string>>> byPair;
+        std::set<std::vector<std::string>> distinct;
+        for (std::size_t i = 1; i < records.size(); ++i) {
+            const auto& r = records[i];
+            byPair[{r[from], r[to]}].push_back({r[rel], r[from], r[to]});
+            distinct.insert({r[from], r[to], r[rel]});
+        }
+        std::multiset<std::vector<std::string>> expected;
+        for (const auto& d : distinct)
+            for (const auto& row : byPair[{d[0], d[1]}]) expected.insert(row);
+
+        auto rows = gridRows(report("plain", name), 7);
+        ASSERT_FALSE(rows.empty());
+        rows.erase(rows.begin());
+        EXPECT_EQ(std::multiset<std::vector<std::string>>(rows.begin(), rows.end()), expected);
+        EXPECT_GT(rows.size(), distinct.size()) << "the file shows no repetition";
+    }
+}
+
+TEST_F(ReportToolCorpus, InputFilesAreLeftAsTheyWere) {
+    for (const auto& name : jetDatabases()) {
+        SCOPED_TRACE(name);
+        const FileFacts after = facts(corpusFile(name));
+        EXPECT_TRUE(after.bytes == before[name].bytes);
+        EXPECT_EQ(after.mtime.tv_sec, before[name].mtime.tv_sec);
+        EXPECT_EQ(after.mtime.tv_nsec, before[name].mtime.tv_nsec);
+    }
+}
+
+TEST_F(ReportToolCorpus, TimingsNameEveryStageOfEachRun) {
+    for (const char* stage : {"timings: ", "open ", "run start ", "Checking Database.... ", "Checking Tables.... ",
+                              "Checking Modules.... ", "Ready ", "write report ", "total "})
+        EXPECT_NE(plain.err.find(stage), std::string::npos) << stage;
+    const auto all = "timings: all " + std::to_string(jetFiles.size() + 1) + " databases";
+    EXPECT_NE(plain.err.find(all), std::string::npos);
+    EXPECT_EQ(plain.err.find("Selecting...."), std::string::npos);
+}
+
+TEST(ReportTool, OneDatabaseToStandardOutputAndTheSameNamesApart) {
+    const auto run = runProgram({kTool, "--output", "-", corpusFile("j4_database41.mde").string()});
+    EXPECT_EQ(run.status, 0) << run.err;
+    QJsonParseError error{};
+    const auto doc = QJsonDocument::fromJson(QByteArray::fromStdString(run.out), &error);
+    ASSERT_EQ(error.error, QJsonParseError::NoError);
+    EXPECT_TRUE(doc.object()["opened"].toBool());
+
+    // A compiled copy beside its source keeps its own report.
+    TempFolder out;
+    const auto both = runProgram({kTool, "--output", out.path().string(), corpusFile("j4_database41.mdb").string(),
+                                  corpusFile("j4_database41.mde").string()});
+    EXPECT_EQ(both.status, 0) << both.err;
+    EXPECT_TRUE(fs::exists(out / "j4_database41.mdb.json"));
+    EXPECT_TRUE(fs::exists(out / "j4_database41.mde.json"));
+}
+
+TEST(ReportTool, BadUsageEndsWithStatusTwoAndTheUsage) {
+    const std::string db = corpusFile("j3_afr.mdb").string();
+    const std::vector<std::vector<std::string>> bad = {
+        {},
+        {db},
+        {"--output"},
+        {"--output", "-"},
+        {"--bogus", "--output", "-", db},
+        {"--format", "pdf", "--output", "-", db},
+        {"--temp-queries=yes", "--output", "-", db},
+        {"--output", "-", db, db},
+        {"--stats", "--output", "-", db},
+    };
+    for (const auto& args : bad) {
+        std::vector<std::string> argv{kTool};
+        argv.insert(argv.end(), args.begin(), args.end());
+        const auto run = runProgram(argv);
+        std::string shown;
+        for (const auto& a : args) shown += a + " ";
+        EXPECT_EQ(run.status, 2) << shown;
+        EXPECT_NE(run.err.find("Usage: "), std::string::npos) << shown;
+        EXPECT_TRUE(run.out.empty()) << shown;
+    }
+    const auto help = runProgram({kTool, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("--output FILE|-"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace ql::test
