@@ -25,30 +25,23 @@ void FillGridFields(WindowContext& ctx) {
         logAndCount(state, errorLogLine("Field Error :", queryNameAt(state, t - 1), error));
     };
 
-    // The table and field being read, kept between statements as the
-    // window's variables are: a statement that fails leaves the old one.
-    const dao::TableDef* table = nullptr;
+    // The field being read, kept between statements as the window's
+    // variable is: a statement that fails leaves the previous one.
     const dao::Field* field = nullptr;
-    int tableCount = 0;
-    resumeAfterHandler([&] { tableCount = object(state.CurrentDb).TableDefs().Count(); }, handler);
-    const auto& tableDefs = state.CurrentDb->TableDefs();  // reached only when the count was read
-    for (t = 0; t < tableCount; ++t) {
-        std::string tableName;
-        bool system = false;
-        resumeAfterHandler(
-            [&] {
-                table = &tableDefs.Item(t);
-                tableName = table->Name();
-                system = tableName.find("MSys") != std::string::npos;
-            },
-            handler);
-        if (system || !table) continue;
+    const dao::Collection<dao::TableDef>* tableDefs = nullptr;
+    // At t = 0 a failure here leaves through the handler, so past it the
+    // collection is there.
+    resumeAfterHandler([&] { tableDefs = &object(state.CurrentDb).TableDefs(); }, handler);
+    for (t = 0; t < tableDefs->Count(); ++t) {
+        const dao::TableDef* table = nullptr;
+        resumeAfterHandler([&] { table = &tableDefs->Item(t); }, handler);
+        // "MSys" anywhere in the name, not only at its start.
+        if (!table || table->Name().find("MSys") != std::string::npos) continue;
         int fieldCount = 0;
         resumeAfterHandler([&] { fieldCount = table->Fields().Count(); }, handler);
         for (int f = 0; f < fieldCount; ++f) {
             resumeAfterHandler([&] { field = &table->Fields().Item(f); }, handler);
-            resumeAfterHandler(
-[&] { grid.addRow(object(field).Name()); }, handler);
+            resumeAfterHandler([&] { grid.addRow(object(field).Name()); }, handler);
             resumeAfterHandler([&] { setLastSubItem(grid, 1, table->Name()); }, handler);
             resumeAfterHandler(
                 [&] { setLastSubItem(grid, 2, FieldTypeName(static_cast<std::int16_t>(object(field).Type()))); },
