@@ -116,6 +116,9 @@ QByteArray jsonReport(const RunOutcome& outcome, const grids::WindowState& state
         {"error_log", textArray(outcome.errorLog)},
         {"messages", messagesArray(outcome.messages)},
     };
+    if (outcome.moduleSourcesAsked)
+        report.insert("module_sources", QJsonObject{{"files", textArray(outcome.moduleFiles)},
+                                                    {"errors", textArray(outcome.moduleErrors)}});
     return QJsonDocument(report).toJson(QJsonDocument::Indented);
 }
 

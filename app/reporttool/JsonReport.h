@@ -24,6 +24,11 @@ struct RunOutcome {
     std::optional<RuntimeError> error;
     std::vector<std::string> errorLog;
     std::vector<ui::Message> messages;
+    // With --module-source: the files written and the modules that could
+    // not be.
+    bool moduleSourcesAsked = false;
+    std::vector<std::string> moduleFiles;
+    std::vector<std::string> moduleErrors;
 };
 
 // The cells of one grid row as the window's view shows them: one per

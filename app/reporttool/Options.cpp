@@ -39,19 +39,21 @@ std::string formatName(Format format) {
 std::string usageText(const std::string& program) {
     return "Usage: " + program +
            " [--workgroup FILE.mdw] [--format json|text|xml|csv|xls] [--stats]\n"
-           "       [--temp-queries] [--timings] --output FILE|- DATABASE...\n"
+           "       [--temp-queries] [--module-source DIR] [--timings] --output FILE|- DATABASE...\n"
            "\n"
            "Analyses each Access database as the Quarrylantern window does and writes a report.\n"
            "\n"
-           "  --workgroup FILE   workgroup file to sign in with (default: Admin without password)\n"
-           "  --format FORMAT    report format (default json)\n"
-           "  --stats            append the statistics body (text reports)\n"
-           "  --temp-queries     list the control queries (\"~\" names) too\n"
-           "  --timings          print the time of each stage of each run on stderr\n"
-           "  --output FILE|-    the report file, or - for standard output; with several\n"
-           "                     databases (or an existing folder) a folder, one report per\n"
-           "                     database named after the database file\n"
-           "  --help             show this text\n"
+           "  --workgroup FILE      workgroup file to sign in with (default: Admin without password)\n"
+           "  --format FORMAT       report format (default json)\n"
+           "  --stats               append the statistics body (text reports)\n"
+           "  --temp-queries        list the control queries (\"~\" names) too\n"
+           "  --module-source DIR   write each module's source to DIR/<database file>/<module>.bas\n"
+           "                        (for the databases that open)\n"
+           "  --timings             print the time of each stage of each run on stderr\n"
+           "  --output FILE|-       the report file, or - for standard output; with several\n"
+           "                        databases (or an existing folder) a folder, one report per\n"
+           "                        database named after the database file\n"
+           "  --help                show this text\n"
            "\n"
            "Exit status: 0 every database analysed, 1 some database could not be opened or\n"
            "analysed (its error is in its report), 2 bad usage.\n";
@@ -95,11 +97,13 @@ ParseResult parseOptions(const std::vector<std::string>& args) {
             if (auto error = flag(target)) return *error;
             continue;
         }
-        if (name == "--workgroup" || name == "--output" || name == "--format") {
+        if (name == "--workgroup" || name == "--output" || name == "--format" || name == "--module-source") {
             const auto v = value();
             if (!v || v->empty()) return UsageError{name + " needs a value"};
             if (name == "--workgroup") {
                 options.workgroup = *v;
+            } else if (name == "--module-source") {
+                options.moduleSourceDir = *v;
             } else if (name == "--output") {
                 options.output = *v;
                 haveOutput = true;

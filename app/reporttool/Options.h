@@ -14,6 +14,7 @@ struct Options {
     bool stats = false;
     bool tempQueries = false;
     bool timings = false;
+    std::string moduleSourceDir;  // empty: no module source files
     std::string output;  // a file, "-" for standard output, or a folder
     std::vector<std::string> databases;
 };

@@ -19,6 +19,7 @@
 #include "platform/dao/Dao.h"
 #include "platform/profile/SettingsFile.h"
 #include "platform/vba/Automation.h"
+#include "platform/vba/ModuleExport.h"
 
 namespace ql::reporttool {
 
@@ -111,6 +112,18 @@ public:
         outcome_.errorLog = readLogLines(state_.ErrorLogPath);
         outcome_.messages = ui_.messages;
         unload();
+    }
+
+    // Only for a database that opened: the file is read directly, and a
+    // database the workgroup keeps closed must not give its code away.
+    void writeModuleSources(const std::string& folder) {
+        outcome_.moduleSourcesAsked = true;
+        if (!outcome_.opened) return;
+        timer_.begin("module source");
+        const auto exported = vba::writeModuleSources(outcome_.database, folder);
+        timer_.end();
+        for (const auto& m : exported.written) outcome_.moduleFiles.push_back(m.file.string());
+        outcome_.moduleErrors = exported.errors;
     }
 
     QByteArray json() const { return jsonReport(outcome_, state_, controls_.qryControl); }
@@ -208,6 +221,12 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
         DatabaseRun run(options, database, environment, fs::path(scratch.path().toStdString()));
         run.open();
         if (run.outcome().opened) run.analyse();
+
+        if (!options.moduleSourceDir.empty()) {
+            run.writeModuleSources(options.moduleSourceDir);
+            for (const auto& e : run.outcome().moduleErrors)
+                err << prefix << database << ": module source: " << e << "\n";
+        }
 
         const auto& outcome = run.outcome();
         if (!outcome.opened) {

@@ -350,6 +350,27 @@ TEST(ReportTool, OneDatabaseToStandardOutputAndTheSameNamesApart) {
     EXPECT_TRUE(fs::exists(out / "j4_database41.mde.json"));
 }
 
+// Module source goes to one folder per database, and only for databases
+// that open: a secured one keeps its code.
+TEST(ReportTool, ModuleSourceForTheDatabasesThatOpen) {
+    TempFolder out;
+    const auto run = runProgram({kTool, "--module-source", (out / "src").string(), "--output", (out / "r").string(),
+                                 corpusFile("j3_nwind_mdbtools.mdb").string(),
+                                 corpusFile("j3_esis_secured.mdb").string()});
+    EXPECT_EQ(run.status, 1) << run.err;
+    const QJsonObject r = parseReport(out / "r" / "j3_nwind_mdbtools.mdb.json");
+    const auto modules = strings(r["lists"]["modules"]);
+    ASSERT_EQ(modules.size(), 3u);
+    const auto files = strings(r["module_sources"]["files"]);
+    for (const auto& module : modules) {
+        const fs::path expected = out / "src" / "j3_nwind_mdbtools.mdb" / (module + ".bas");
+        EXPECT_NE(std::find(files.begin(), files.end(), expected.string()), files.end()) << module;
+        EXPECT_FALSE(TempFolder::read(expected).empty()) << module;
+    }
+    EXPECT_FALSE(fs::exists(out / "src" / "j3_esis_secured.mdb"));
+    EXPECT_TRUE(parseReport(out / "r" / "j3_esis_secured.mdb.json")["module_sources"]["files"].toArray().isEmpty());
+}
+
 TEST(ReportTool, BadUsageEndsWithStatusTwoAndTheUsage) {
     const std::string db = corpusFile("j3_afr.mdb").string();
     const std::vector<std::vector<std::string>> bad = {
