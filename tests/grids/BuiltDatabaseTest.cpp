@@ -81,8 +81,8 @@ protected:
 TEST_F(BuiltDatabase, MSysAnywhereInANameKeepsATablesFieldsOut) {
     FillGridFields(w.ctx);
     std::set<std::string> tables;
-    for (const auto& row : grid(kGridFields).rows()) tables.insert(row.subItem(1));
-    EXPECT_EQ(tables, (std::set<std::string>{"", "Aaa", "AllMemo", "Dotted.Name", "Main", "O'Brien", "Types"}));
+    for (int i = 2; i <= grid(kGridFields).rowCount(); ++i) tables.insert(grid(kGridFields).row(i).subItem(1));
+    EXPECT_EQ(tables, (std::set<std::string>{"Aaa", "AllMemo", "Dotted.Name", "Main", "O'Brien", "Types"}));
 }
 
 TEST_F(BuiltDatabase, EmptyTablesAndMemoOnlyTables) {
