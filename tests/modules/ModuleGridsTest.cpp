@@ -71,6 +71,14 @@ std::string padded40(std::string name) {
     return name;
 }
 
+// Each column as "<header> <width> <L|R>".
+std::vector<std::string> columnsOf(const Grid& grid) {
+    std::vector<std::string> out;
+    for (const auto& c : grid.columns())
+        out.push_back(c.text + " " + std::to_string(c.width()) + (c.alignment == Alignment::Right ? " R" : " L"));
+    return out;
+}
+
 bool isCompiledOnly(const std::string& file) { return file.size() > 4 && file.substr(file.size() - 4) == ".mde"; }
 
 TEST(ModulesGrid, EveryCorpusModuleIsCountedAsItsTextReads) {
@@ -87,16 +95,7 @@ TEST(ModulesGrid, EveryCorpusModuleIsCountedAsItsTextReads) {
         FillGridModules(w.ctx);
 
         const Grid& grid = w.state.lvwGrid[kGridModules];
-        ASSERT_EQ(grid.columnCount(), 4);
-        const auto& columns = grid.columns();
-        EXPECT_EQ(columns[0].text, "Modules");
-        EXPECT_EQ(columns[0].width(), 3000);
-        EXPECT_EQ(columns[0].alignment, Alignment::Left);
-        for (int c = 1; c < 4; ++c) {
-            EXPECT_EQ(columns[static_cast<std::size_t>(c)].text, (std::array{"Lines", "Funcs", "Subs"})[c - 1]);
-            EXPECT_EQ(columns[static_cast<std::size_t>(c)].width(), 600);
-            EXPECT_EQ(columns[static_cast<std::size_t>(c)].alignment, Alignment::Right);
-        }
+        EXPECT_EQ(columnsOf(grid), (std::vector<std::string>{"Modules 3000 L", "Lines 600 R", "Funcs 600 R", "Subs 600 R"}));
         EXPECT_EQ(grid.row(1).text, "Modules in Database");
         EXPECT_EQ(grid.row(1).subItem(1), std::to_string(listed(w, kModulesList).size()));
         ASSERT_EQ(rowNames(grid), listed(w, kModulesList));
@@ -127,26 +126,6 @@ TEST(ModulesGrid, EveryCorpusModuleIsCountedAsItsTextReads) {
     }
     std::printf("modules counted: %d\n", modules);
     EXPECT_EQ(modules, 39);
-}
-
-// The application is started once per scan and kept, quit, for the unload;
-// the pointer stays busy for the run to restore.
-TEST(ModulesGrid, EachScanStartsTheApplicationAndQuitsIt) {
-    HeadlessWindow w;
-    w.open(test::corpusFile("j4_database41.mdb"));
-    listContainer(w, "Modules", kModulesList);
-    EXPECT_EQ(w.state.AccessAutomationStarts, 0);
-    FillGridModules(w.ctx);
-    ASSERT_NE(w.state.AccessApplication, nullptr);
-    const auto first = w.state.AccessApplication;
-    EXPECT_TRUE(first->hasQuit());
-    EXPECT_EQ(w.state.AccessAutomationStarts, 1);
-    EXPECT_EQ(w.ui.pointers, std::vector<ui::MousePointer>(2, ui::MousePointer::Hourglass));
-
-    FillGridModules(w.ctx);
-    EXPECT_EQ(w.state.AccessAutomationStarts, 2);
-    EXPECT_NE(w.state.AccessApplication, first);
-    EXPECT_EQ(w.state.lvwGrid[kGridModules].rowCount(), 2);  // refilled, not appended
 }
 
 TEST(ModulesGrid, CompiledOnlyDatabaseLogsOneLinePerModuleAndGoesOn) {
@@ -288,11 +267,8 @@ TEST(MacrosGrid, ListsTheMacrosWhileTheModulesGridStaysEmpty) {
     FillGridModules(w.ctx);
 
     const Grid& macros = w.state.lvwGrid[kGridMacros];
-    ASSERT_EQ(macros.columnCount(), 2);
-    EXPECT_EQ(macros.columns()[0].text, "Macros");
-    EXPECT_EQ(macros.columns()[0].width(), 3000);
-    EXPECT_EQ(macros.columns()[1].text, "");
-    EXPECT_FALSE(macros.columns()[1].widthTwips);
+    EXPECT_EQ(columnsOf(macros), (std::vector<std::string>{"Macros 3000 L", " 1440 L"}));
+    EXPECT_FALSE(macros.columns()[1].widthTwips);  // added without a width
     EXPECT_EQ(macros.row(1).text, "Macros in Database");
     EXPECT_EQ(macros.row(1).subItem(1), "14");
     EXPECT_EQ(rowNames(macros), listed(w, kMacrosList));
@@ -308,15 +284,26 @@ TEST(MacrosGrid, ListsTheMacrosWhileTheModulesGridStaysEmpty) {
                                           ui::MousePointer::Hourglass}));
 }
 
-TEST(MacrosGrid, EmptyListsClearWhatAnEarlierRunLeft) {
+// Every scan starts the application once and leaves it, quit, for the
+// unload; the pointer stays busy for the run to restore. Emptied lists clear
+// what the grids held and start nothing.
+TEST(ModulesGrid, RescansStartTheApplicationAgainAndEmptyListsClear) {
     HeadlessWindow w;
     w.open(test::corpusFile("j4_database41.mdb"));
     listContainer(w, "Scripts", kMacrosList);
     listContainer(w, "Modules", kModulesList);
+    FillGridModules(w.ctx);
+    ASSERT_NE(w.state.AccessApplication, nullptr);
+    const auto first = w.state.AccessApplication;
+    EXPECT_TRUE(first->hasQuit());
+    EXPECT_EQ(w.state.AccessAutomationStarts, 1);
+    EXPECT_EQ(w.ui.pointers, std::vector<ui::MousePointer>(2, ui::MousePointer::Hourglass));
+
     FillGridMacros(w.ctx);
     FillGridModules(w.ctx);
-    ASSERT_GT(w.state.lvwGrid[kGridMacros].rowCount(), 0);
-    ASSERT_GT(w.state.lvwGrid[kGridModules].rowCount(), 0);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 2);
+    EXPECT_NE(w.state.AccessApplication, first);
+    EXPECT_EQ(w.state.lvwGrid[kGridModules].rowCount(), 2);  // refilled, not appended
 
     w.state.lstData[kMacrosList].Clear();
     w.state.lstData[kModulesList].Clear();
@@ -326,7 +313,7 @@ TEST(MacrosGrid, EmptyListsClearWhatAnEarlierRunLeft) {
         EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].rowCount(), 0);
         EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].columnCount(), 0);
     }
-    EXPECT_EQ(w.state.AccessAutomationStarts, 1);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 2);
 }
 
 }  // namespace

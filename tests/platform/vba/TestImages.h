@@ -24,7 +24,7 @@ struct DirModuleEntry {
     std::uint32_t offset = 0;
     bool document = false;
     bool unicodeName = true;   // false: only the code-page name record
-    std::string mbcsName;      // the code-page name when it differs from name
+    std::string mbcsName{};    // the code-page name when it differs from name
 };
 
 // A decompressed `dir` stream with the records Access writes around modules.
