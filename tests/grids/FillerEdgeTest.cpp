@@ -140,6 +140,36 @@ TEST(DatabaseGrid, CountsAreAppendedEachTimeNeverReplaced) {
     EXPECT_EQ(values[filled + 7 + 6], "1");
 }
 
+// ---- the window ---------------------------------------------------------
+
+// Controls that note which grids the window was told to redraw.
+class NotedControls : public RecordedControls {
+public:
+    using RecordedControls::RecordedControls;
+    void gridChanged(int grid) override { changed.push_back(grid); }
+    std::vector<int> changed;
+};
+
+TEST(Fillers, TellTheWindowWhichGridChangedEvenWhenTheyFail) {
+    test::HeadlessWindow w;
+    w.open(corpusFile("j3_nwind_krystek.mdb"));
+    NotedControls controls(w.state, w.ui);
+    controls.mdb = w.controls.mdb;
+    WindowContext ctx{w.state, w.ui, controls, w.program, w.settings, w.ctx.programFolder};
+    test::listEverything(w.state);
+    FillGridDatabase(ctx);
+    FillGridTables(ctx);
+    FillGridQueries(ctx);
+    FillGridIndexes(ctx);
+    FillGridFields(ctx);
+    FillGridRelations(ctx);
+    UpdateGridDatabase(ctx);
+    w.state.lstData[0].AddItem("No Such");
+    EXPECT_THROW(FillGridTables(ctx), RuntimeError);
+    EXPECT_EQ(controls.changed, (std::vector<int>{kGridDatabase, kGridTables, kGridQueries, kGridIndexes, kGridFields,
+                                                   kGridRelations, kGridDatabase, kGridTables}));
+}
+
 // ---- tables -------------------------------------------------------------
 
 TEST(TablesGrid, CountsFieldsAndDeclaredSizes) {
