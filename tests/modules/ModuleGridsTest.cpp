@@ -254,6 +254,24 @@ TEST(ModulesGrid, HandlerWithoutAQueryToNameLeavesTheFiller) {
     EXPECT_FALSE(w.state.AccessApplication->hasQuit());
 }
 
+TEST(MacrosGrid, ListsEveryMacroOfEveryCorpusDatabase) {
+    int macros = 0;
+    for (const auto& file : test::jetDatabases()) {
+        if (test::manifest().at(file).number("macros") == 0) continue;
+        SCOPED_TRACE(file);
+        HeadlessWindow w;
+        w.open(test::corpusFile(file));
+        listContainer(w, "Scripts", kMacrosList);
+        ASSERT_EQ(sorted(listed(w, kMacrosList)), mdbtoolsNames(file, "macros"));
+        FillGridMacros(w.ctx);
+        const Grid& grid = w.state.lvwGrid[kGridMacros];
+        EXPECT_EQ(grid.row(1).subItem(1), std::to_string(test::manifest().at(file).number("macros")));
+        EXPECT_EQ(rowNames(grid), listed(w, kMacrosList));
+        macros += grid.rowCount() - 1;
+    }
+    std::printf("macros listed: %d\n", macros);
+}
+
 TEST(MacrosGrid, ListsTheMacrosWhileTheModulesGridStaysEmpty) {
     const std::string file = "j4_tmpclp_macros_ru.mdb";
     HeadlessWindow w;
