@@ -67,6 +67,12 @@ struct WindowState {
     std::string OutputPath;
     int OutputFileNumber = 0;
     std::int16_t OutputFormat = kFormatText;
+    // Overwrite (1), append (2) or cancel (3), as the output prompt sets it;
+    // the header writer resets it to overwrite.
+    std::int32_t WriteMode = 1;
+    // Set once the statistics body has been appended (or skipped for a
+    // format without one), so that viewing again never adds a second copy.
+    bool StatisticsWritten = false;
 
     // Front-end automation starts by the module scan; the unload quits the
     // automation object when this is above 0.
