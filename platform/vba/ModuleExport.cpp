@@ -75,7 +75,7 @@ ModuleSourceExport writeModuleSources(const std::filesystem::path& databasePath,
     std::set<std::string> used;
     for (const ProjectModule& module : project.modules()) {
         if (!module.source) {
-            result.errors.push_back(module.name + ": " + module.error);
+            result.errors.push_back(module.error);  // names the module
             continue;
         }
         // Two names can become the same stem once made safe; the later one
@@ -87,7 +87,7 @@ ModuleSourceExport writeModuleSources(const std::filesystem::path& databasePath,
         if (writeFile(file, module.source->storedText()))
             result.written.push_back({module.name, file});
         else
-            result.errors.push_back(module.name + ": cannot write " + file.string());
+            result.errors.push_back("module " + module.name + ": cannot write " + file.string());
     }
     return result;
 }

@@ -14,8 +14,9 @@ struct WrittenModule {
 
 struct ModuleSourceExport {
     std::vector<WrittenModule> written;
-    // One line per module that could not be written ("<module>: <reason>"),
-    // or one for the database when its project could not be read at all.
+    // One line per module that could not be written ("module <name>:
+    // <reason>"), or one for the database when its project could not be read
+    // at all.
     std::vector<std::string> errors;
 };
 
