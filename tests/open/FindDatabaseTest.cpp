@@ -1,0 +1,300 @@
+#include "open/FindDatabase.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "open/FileChecks.h"
+#include "tests/support/Corpus.h"
+#include "tests/support/HeadlessWindow.h"
+
+namespace fs = std::filesystem;
+
+namespace ql::open {
+namespace {
+
+using grids::Control;
+using test::HeadlessWindow;
+
+const std::string kUnset = "<unset>";
+const std::string kJetHeader = std::string("\0\1\0\0", 4) + "Standard Jet DB" + std::string(1, '\0');
+const std::string kWorkgroup = "j4_stock.mdw";  // Admin without a password
+const std::string kDatabase = "j4_address_ja.mdb";
+
+class FindDatabase : public ::testing::Test {
+protected:
+    // A copy the test may change, writable like any file the user made.
+    std::string copyOf(const std::string& corpusName, const std::string& as = {}) {
+        const fs::path target = w.folder / (as.empty() ? corpusName : as);
+        fs::copy_file(test::corpusFile(corpusName), target, fs::copy_options::overwrite_existing);
+        fs::permissions(target, fs::perms(0644));
+        return target.string();
+    }
+    std::string setting(const std::string& key) const { return w.settings.ReadSetting("Paths", key, kUnset); }
+    std::vector<std::string> texts() const {
+        std::vector<std::string> out;
+        for (const auto& m : w.ui.messages) out.push_back(m.text);
+        return out;
+    }
+    // Answers both dialogs and runs the command.
+    void find(const std::string& workgroup, const std::string& database) {
+        w.ui.chooseFile(workgroup);
+        w.ui.chooseFile(database);
+        cmdFind_Click(w.ctx);
+    }
+    std::string workgroup() { return test::corpusFile(kWorkgroup).string(); }
+
+    HeadlessWindow w;
+};
+
+TEST_F(FindDatabase, DialogsStartFromTheProgramFolderWithoutRememberedPaths) {
+    find(workgroup(), "");
+    ASSERT_EQ(w.ui.dialogs.size(), 2u);
+    const auto& first = w.ui.dialogs[0].request;
+    EXPECT_EQ(first.title, "Please select SYSTEM/WORKGROUP DATABASE (*.MDW)");
+    EXPECT_EQ(first.filter, "System Databases (*.mdw)|*.mdw|All Files (*.*)|*.*");
+    EXPECT_EQ(first.fileName, w.folder.path().string() + "/SYSTEM.MDW");
+    EXPECT_TRUE(first.cancelError);
+    const auto& second = w.ui.dialogs[1].request;
+    EXPECT_EQ(second.title, "Please Select your ACCESS Database");
+    EXPECT_EQ(second.filter, "Access Databases (*.MDB)|*.MDB|All FIles (*.*)|*.*");
+    EXPECT_EQ(second.fileName, w.folder.path().string() + "/Test.MDB");
+    EXPECT_FALSE(second.cancelError);
+    // An absolute path holds no separator-free beginning to start from.
+    EXPECT_EQ(first.initialFolder, "");
+    EXPECT_EQ(second.initialFolder, "");
+}
+
+TEST_F(FindDatabase, DialogsStartFromTheRememberedPaths) {
+    w.settings.WriteSetting("Paths", "SystemDB", "groups/work.mdw");
+    w.settings.WriteSetting("Paths", "ActualDB", "data.mdb");
+    find(workgroup(), "");
+    ASSERT_EQ(w.ui.dialogs.size(), 2u);
+    EXPECT_EQ(w.ui.dialogs[0].request.fileName, "groups/work.mdw");
+    EXPECT_EQ(w.ui.dialogs[0].request.initialFolder, "groups");
+    EXPECT_EQ(w.ui.dialogs[1].request.fileName, "data.mdb");
+    EXPECT_EQ(w.ui.dialogs[1].request.initialFolder, "data.md");
+}
+
+TEST(DialogInitialFolder, TakesTheBeginningBeforeTheFirstSeparator) {
+    EXPECT_EQ(dialogInitialFolder("/home/ann/SYSTEM.MDW"), "");
+    EXPECT_EQ(dialogInitialFolder("work/groups/a.mdw"), "work");
+    EXPECT_EQ(dialogInitialFolder("a.mdw"), "a.md");
+    EXPECT_EQ(dialogInitialFolder("ab"), "a");
+    EXPECT_EQ(dialogInitialFolder("a"), "");
+    EXPECT_EQ(dialogInitialFolder(""), "");
+}
+
+TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTrapOneAndKeepsTheSetting) {
+    w.settings.WriteSetting("Paths", "SystemDB", "/old/SYSTEM.MDW");
+    w.ui.cancelFile();
+    cmdFind_Click(w.ctx);
+    EXPECT_EQ(texts(), (std::vector<std::string>{"Cancel Button Selected", "Cancel was selected."}));
+    for (const auto& m : w.ui.messages) {
+        EXPECT_EQ(m.title, "Quarrylantern");
+        EXPECT_EQ(m.icon, ui::Icon::None);
+    }
+    EXPECT_EQ(setting("SystemDB"), "/old/SYSTEM.MDW");
+    EXPECT_EQ(w.ui.dialogs.size(), 1u);
+    EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Default}));
+    EXPECT_FALSE(w.state.CurrentDb);
+}
+
+TEST_F(FindDatabase, CommandResetsTheStepsAndShowsTheDatabaseTab) {
+    w.controls.steps[4] = {grids::kChecked, false, grids::kColorRed};
+    w.controls.steps[2].value = grids::kChecked;
+    w.controls.currentTab = grids::kTabStatistics;
+    w.ui.cancelFile();
+    cmdFind_Click(w.ctx);
+    for (const auto& step : w.controls.steps) {
+        EXPECT_EQ(step.value, grids::kUnchecked);
+        EXPECT_EQ(step.color, grids::kColorBlack);
+    }
+    EXPECT_EQ(w.controls.currentTab, grids::kTabDatabase);
+}
+
+TEST_F(FindDatabase, WorkgroupThatIsNotThereIsRefused) {
+    const fs::path hidden = w.folder.write(".hidden.mdw", "");
+    fs::copy_file(test::corpusFile(kWorkgroup), hidden, fs::copy_options::overwrite_existing);
+    fs::create_directory(w.folder / "folder.mdw");
+    const std::vector<std::string> refused = {"", (w.folder / "gone.mdw").string(), hidden.string(),
+                                              (w.folder / "folder.mdw").string()};
+    for (const std::string& path : refused) {
+        SCOPED_TRACE(path);
+        HeadlessWindow fresh;
+        fresh.ui.chooseFile(path);
+        cmdFind_Click(fresh.ctx);
+        ASSERT_EQ(fresh.ui.messages.size(), 1u);
+        EXPECT_EQ(fresh.ui.messages[0].text, path + "\r\nNo System Database Chosen / does not exist");
+        EXPECT_EQ(fresh.settings.ReadSetting("Paths", "SystemDB", kUnset), kUnset);
+        EXPECT_EQ(fresh.controls.steps[0].value, grids::kUnchecked);
+        EXPECT_EQ(fresh.ui.dialogs.size(), 1u);
+    }
+}
+
+TEST_F(FindDatabase, WorkgroupWithoutItsSignatureIsRefused) {
+    const std::string notWorkgroup = w.folder.write("db.mdw", kJetHeader + std::string(100, 'x')).string();
+    find(notWorkgroup, "");
+    EXPECT_EQ(texts(), (std::vector<std::string>{notWorkgroup + " is not an System Databasse"}));
+    EXPECT_EQ(setting("SystemDB"), kUnset);
+    EXPECT_EQ(w.controls.steps[0].value, grids::kUnchecked);
+}
+
+TEST_F(FindDatabase, AcceptedWorkgroupIsRememberedBeforeTheDatabaseIsAskedFor) {
+    w.settings.WriteSetting("Paths", "ActualDB", "/kept.mdb");
+    find(workgroup(), "");  // the database dialog gives no name
+    EXPECT_EQ(setting("SystemDB"), workgroup());
+    EXPECT_EQ(w.controls.steps[0].value, grids::kChecked);
+    EXPECT_FALSE(w.controls.steps[0].bold);
+    EXPECT_TRUE(w.controls.steps[1].bold);
+    EXPECT_EQ(w.controls.steps[1].value, grids::kUnchecked);
+    EXPECT_EQ(w.ui.statusTexts, (std::vector<std::string>{"Select Database to Analyse", ""}));
+    EXPECT_EQ(texts(), (std::vector<std::string>{"No Database selected"}));
+    EXPECT_EQ(setting("ActualDB"), "/kept.mdb");
+    EXPECT_EQ(w.controls.txtMDB(), "");
+}
+
+TEST_F(FindDatabase, MissingDatabaseIsRememberedAndFailsInTheOpening) {
+    w.open(test::corpusFile(kDatabase));
+    const std::string previous = w.state.CurrentDb->Name();
+    const std::string missing = (w.folder / "missing.mdb").string();
+    find(workgroup(), missing);
+    ASSERT_EQ(w.ui.messages.size(), 2u);
+    EXPECT_EQ(w.ui.messages[0].text, missing + " does not exist");
+    EXPECT_EQ(w.ui.messages[1].text, "Cannot open Database: " + missing +
+                                         "\r\nReported Error: 3024\r\nCould not find file '" + missing +
+                                         "'.\r\nPlease report error message to Orvex Support");
+    EXPECT_EQ(w.ui.messages[1].title, "Quarrylantern");
+    EXPECT_EQ(setting("ActualDB"), missing);
+    // The earlier database stays; the engine is the new one.
+    ASSERT_TRUE(w.state.CurrentDb);
+    EXPECT_EQ(w.state.CurrentDb->Name(), previous);
+    EXPECT_EQ(w.state.DbEngine->SystemDB, workgroup());
+    EXPECT_EQ(w.controls.steps[1].value, grids::kUnchecked);
+    EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Hourglass, ui::MousePointer::Default}));
+    EXPECT_EQ(w.ui.lastStatus(), "Opening Database....");
+}
+
+TEST_F(FindDatabase, ReadOnlyDatabaseIsRefusedBeforeItsSignatureIsRead) {
+    // Not a database at all: the read-only test must speak first.
+    const std::string file = w.folder.write("locked.mdb", "plain text, no signature").string();
+    fs::permissions(file, fs::perms(0444));
+    find(workgroup(), file);
+    EXPECT_EQ(texts(), (std::vector<std::string>{file +
+                                                 " is READ ONLY\r\nCannot continue.\r\nPlease reset Read Only Flag"}));
+    EXPECT_EQ(setting("ActualDB"), kUnset);
+    EXPECT_FALSE(w.state.CurrentDb);
+}
+
+TEST(ReadOnlyAttribute, IsSetOnlyWhenNobodyMayWrite) {
+    test::TempFolder folder;
+    const fs::path file = folder.write("f.mdb", "x");
+    const std::vector<std::pair<unsigned, bool>> modes = {
+        {0444, true}, {0400, true}, {0, true}, {0644, false}, {0464, false}, {0446, false}, {0200, false}};
+    for (const auto& [mode, readOnly] : modes) {
+        SCOPED_TRACE(mode);
+        fs::permissions(file, fs::perms(mode));
+        EXPECT_EQ(hasReadOnlyAttribute(file.string()), readOnly);
+    }
+    EXPECT_THROW(hasReadOnlyAttribute((folder / "none").string()), RuntimeError);
+}
+
+TEST_F(FindDatabase, DatabaseWithoutItsSignatureIsRefused) {
+    const std::string text = w.folder.write("notes.mdb", "Standard Jet  DB is not here").string();
+    const std::string workgroupFile = w.folder.write("wg.mdb", std::string(4, '\0') + "System DB").string();
+    const std::string ace = copyOf("ace_pcinventory.accdb");
+    for (const std::string& path : {text, workgroupFile, ace}) {
+        SCOPED_TRACE(path);
+        HeadlessWindow fresh;
+        fresh.ui.chooseFile(workgroup());
+        fresh.ui.chooseFile(path);
+        cmdFind_Click(fresh.ctx);
+        ASSERT_EQ(fresh.ui.messages.size(), 1u);
+        EXPECT_EQ(fresh.ui.messages[0].text, path + " is not an Access Database");
+        EXPECT_EQ(fresh.settings.ReadSetting("Paths", "ActualDB", kUnset), kUnset);
+    }
+}
+
+TEST_F(FindDatabase, OpeningKeepsTheEngineAndDatabaseAndResetsTheOutputChoice) {
+    const std::string database = copyOf(kDatabase);
+    w.state.ErrorCount = 5;
+    w.controls.out = "/old/report.txt";
+    w.controls.format = grids::kFormatExcel;
+    w.controls.enabledState[Control::cmdView] = true;
+    find(workgroup(), database);
+
+    EXPECT_TRUE(w.ui.messages.empty());
+    ASSERT_TRUE(w.state.CurrentDb);
+    EXPECT_EQ(w.state.CurrentDb->Name(), database);
+    EXPECT_EQ(w.state.DbEngine->SystemDB, workgroup());
+    EXPECT_EQ(w.state.SystemDbPath, workgroup());
+    EXPECT_EQ(w.state.ActualDbPath, database);
+    EXPECT_EQ(w.controls.txtMDB(), database);
+    EXPECT_EQ(w.state.ErrorCount, 0);
+    EXPECT_EQ(setting("SystemDB"), workgroup());
+    EXPECT_EQ(setting("ActualDB"), database);
+
+    for (int step : {0, 1}) {
+        EXPECT_EQ(w.controls.steps[step].value, grids::kChecked);
+        EXPECT_FALSE(w.controls.steps[step].bold);
+    }
+    EXPECT_TRUE(w.controls.steps[2].bold);
+    EXPECT_EQ(w.controls.txtOut(), "");
+    EXPECT_EQ(w.controls.format, grids::kFormatText);
+    EXPECT_FALSE(w.controls.enabledState.at(Control::cmdView));
+    EXPECT_EQ(w.controls.currentTab, grids::kTabDatabase);
+    EXPECT_EQ(w.ui.statusTexts,
+              (std::vector<std::string>{"Select Database to Analyse", "Opening Database....", ""}));
+    EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Hourglass, ui::MousePointer::Default}));
+
+    // The next command starts from what was remembered.
+    w.ui.cancelFile();
+    cmdFind_Click(w.ctx);
+    EXPECT_EQ(w.ui.dialogs.back().request.fileName, workgroup());
+}
+
+TEST_F(FindDatabase, EngineRefusalsReachTrapTwoWithTheirNumberAndText) {
+    // A file that says it is Jet but whose version byte is not one.
+    const std::string aceAsJet = copyOf("ace_pcinventory.accdb", "ace_as_jet.mdb");
+    {
+        std::FILE* f = std::fopen(aceAsJet.c_str(), "r+b");
+        ASSERT_NE(f, nullptr);
+        std::fseek(f, 4, SEEK_SET);
+        std::fputs("Standard Jet DB", f);
+        std::fclose(f);
+    }
+    struct Case {
+        std::string workgroup;
+        std::string database;
+        int number;
+        std::string description;
+    };
+    const std::string password = copyOf("j4_pwd2003.mdb");
+    const std::string plain = copyOf(kDatabase);
+    const std::string adminWithPassword = test::corpusFile("j4_blueprint_security.mdw").string();
+    const std::vector<Case> cases = {
+        {workgroup(), password, 3031, "Not a valid password."},
+        {workgroup(), aceAsJet, 3343, "Unrecognized database format '" + aceAsJet + "'."},
+        {adminWithPassword, plain, 3029, "Not a valid account name or password."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.database);
+        HeadlessWindow fresh;
+        fresh.ui.chooseFile(c.workgroup);
+        fresh.ui.chooseFile(c.database);
+        cmdFind_Click(fresh.ctx);
+        ASSERT_EQ(fresh.ui.messages.size(), 1u);
+        EXPECT_EQ(fresh.ui.messages[0].text, "Cannot open Database: " + c.database + "\r\nReported Error: " +
+                                                 std::to_string(c.number) + "\r\n" + c.description +
+                                                 "\r\nPlease report error message to Orvex Support");
+        EXPECT_FALSE(fresh.state.CurrentDb);
+        EXPECT_EQ(fresh.settings.ReadSetting("Paths", "ActualDB", kUnset), c.database);
+        EXPECT_EQ(fresh.ui.pointers.back(), ui::MousePointer::Default);
+    }
+}
+
+}  // namespace
+}  // namespace ql::open
