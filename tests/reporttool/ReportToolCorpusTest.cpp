@@ -83,13 +83,14 @@ std::vector<std::string> runArgs(std::vector<std::string> head, const std::vecto
     return head;
 }
 
-// mdbtools' rows of a table, tab-separated, header first.
+// mdbtools' rows of a table, header first. Rows end in a record separator,
+// since memo cells may hold line ends.
 std::vector<std::vector<std::string>> mdbExport(const fs::path& file, const std::string& table) {
-    const auto run = runProgram({"mdb-export", "-d", "\t", "-Q", file.string(), table});
+    const auto run = runProgram({"mdb-export", "-d", "\t", "-R", "\x1e", "-Q", file.string(), table});
     std::vector<std::vector<std::string>> rows;
     std::istringstream in(run.out);
     std::string line;
-    while (std::getline(in, line)) {
+    while (std::getline(in, line, '\x1e')) {
         std::vector<std::string> cells;
         std::istringstream cellsIn(line);
         std::string cell;
@@ -123,7 +124,7 @@ protected:
             jetFiles.push_back(corpusFile(name));
             before[name] = facts(corpusFile(name));
         }
-        missing = *folder / "no such folder" / "missing.mdb";
+        missing = *folder / "missing.mdb";
 
         auto first = jetFiles;
         first.insert(first.begin() + 3, missing);
@@ -268,18 +269,32 @@ TEST_F(ReportToolCorpus, CountRowsCountTheListsAndTheQueriesGridFollowsTheContro
     }
 }
 
-TEST_F(ReportToolCorpus, RecordCountsAgreeWithMdbCount) {
+// Two tables whose stored count Access left stale: mdb-count gives the
+// stored count, the grid the live rows, which mdb-export lists.
+const std::set<std::pair<std::string, std::string>> kStaleCounts = {
+    {"j3_arabic.mdb", "Report"},
+    {"j4_babnach_ru.mdb", "\xD1\x81\xD0\xBE\xD1\x82\xD1\x80\xD1\x83\xD0\xB4\xD0\xBD\xD0\xBA\xD0\xB8"},
+};
+
+TEST_F(ReportToolCorpus, RecordCountsAgreeWithMdbtools) {
+    std::size_t stale = 0;
     for (const auto& name : jetDatabases()) {
         if (kRefused.count(name)) continue;
         SCOPED_TRACE(name);
         const auto rows = gridRows(report("plain", name), 1);
         for (std::size_t i = 1; i < rows.size(); ++i) {
             const auto& table = rows[i][0];
+            if (kStaleCounts.count({name, table})) {
+                ++stale;
+                EXPECT_EQ(rows[i][1], std::to_string(mdbExport(corpusFile(name), table).size() - 1)) << table;
+                continue;
+            }
             const auto count = runProgram({"mdb-count", corpusFile(name).string(), table});
             ASSERT_EQ(count.status, 0) << table;
             EXPECT_EQ(rows[i][1] + "\n", count.out) << table;
         }
     }
+    EXPECT_EQ(stale, kStaleCounts.size());
 }
 
 // A relationship is listed once per record of its table pair for every
@@ -368,7 +383,8 @@ TEST(ReportTool, ModuleSourceForTheDatabasesThatOpen) {
         EXPECT_FALSE(TempFolder::read(expected).empty()) << module;
     }
     EXPECT_FALSE(fs::exists(out / "src" / "j3_esis_secured.mdb"));
-    EXPECT_TRUE(parseReport(out / "r" / "j3_esis_secured.mdb.json")["module_sources"]["files"].toArray().isEmpty());
+    const QJsonObject secured = parseReport(out / "r" / "j3_esis_secured.mdb.json");
+    EXPECT_TRUE(secured["module_sources"]["files"].toArray().isEmpty());
 }
 
 TEST(ReportTool, BadUsageEndsWithStatusTwoAndTheUsage) {
