@@ -1,8 +1,11 @@
 #include "report/ReportHeader.h"
 
+#include <cmath>
 #include <filesystem>
 #include <vector>
 
+#include "Version.h"
+#include "platform/dao/VbText.h"
 #include "report/TextFile.h"
 
 namespace ql::report {
@@ -19,6 +22,23 @@ std::string trimBlanks(const std::string& text) {
 
 }  // namespace
 
+std::string reportDate(double days) { return dao::vb::Format(dao::Date{days}, "dd mmmm yyyy"); }
+
+std::string reportTime(double days) { return dao::vb::timeText(days - std::trunc(days)); }
+
+HeaderFacts currentHeaderFacts(const grids::WindowState& state) {
+    const double now = dao::vb::Now();
+    HeaderFacts facts;
+    facts.version = std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) + "." +
+                    std::to_string(QL_VERSION_PATCH);
+    facts.date = reportDate(now);
+    facts.time = reportTime(now);
+    facts.year = std::stoi(dao::vb::Format(dao::Date{now}, "yyyy"));
+    facts.databasePath = state.ActualDbPath;
+    facts.systemDbPath = state.SystemDbPath;
+    return facts;
+}
+
 std::string attributionYears(int year) { return "Copyright (C) 2003-" + std::to_string(year); }
 
 namespace {
@@ -30,7 +50,7 @@ std::string contactText(const ContactLine& contact) {
 void WriteHeaderToFile(const std::string& outputPath, short format, const HeaderFacts& facts,
                        int& writeMode, const std::string& scratchFolder) {
     writeMode = WriteModeOverwrite;
-    const bool xml = format == FormatXml;
+    const bool xml = format == grids::kFormatXml;
     std::string prefix;
     std::string closingLine(1, '\f');
     std::string rootLine;

@@ -3,9 +3,9 @@
 // reopening of an XML report for more output.
 #include <string>
 
-namespace ql::report {
+#include "grids/WindowState.h"
 
-enum ReportFormat : short { FormatText = 0, FormatXml = 1, FormatCsv = 2, FormatExcel = 3 };
+namespace ql::report {
 
 // Write modes of the output prompt: 1 overwrite, 2 append, 3 cancel.
 inline constexpr int WriteModeOverwrite = 1;
@@ -24,8 +24,18 @@ struct HeaderFacts {
     std::string systemDbPath;
 };
 
-// Writes the header of a text, XML or CSV report to `outputPath` (format 3,
-// the workbook, is written elsewhere). `writeMode` is reset to overwrite on
+// The facts as of now: the program's version, today's date as
+// "dd mmmm yyyy", the time as the runtime writes a time of day, and the
+// state's database and workgroup paths.
+HeaderFacts currentHeaderFacts(const grids::WindowState& state);
+
+// The date and time texts the report stamps: Format(Now, "dd mmmm yyyy") and
+// the time of day of `days` (a VB date).
+std::string reportDate(double days);
+std::string reportTime(double days);
+
+// Writes the header of a text, XML or CSV report to `outputPath` (the
+// workbook format is written elsewhere). `writeMode` is reset to overwrite on
 // entry, so a header always starts a new file; the append branch stays for a
 // caller that changes the mode between the reset and the open.
 // `scratchFolder` holds the temporary file of RemoveXMLCloseTag.

@@ -1,6 +1,7 @@
 #include "report/StatisticsReport.h"
 
 #include "platform/dao/VbText.h"
+#include "report/ReportHeader.h"
 #include "report/TextFile.h"
 
 namespace ql::report {
@@ -129,6 +130,11 @@ void WriteStatisticsToFile(short format, const grids::WindowState& state, const 
         writeLines(state.OutputPath, statisticsLines(state.lvwGrid, state.lstData, date, time), OpenMode::Append);
     }
     statisticsWritten = true;
+}
+
+void WriteStatisticsToFile(short format, grids::WindowState& state) {
+    const double now = dao::vb::Now();
+    WriteStatisticsToFile(format, state, reportDate(now), reportTime(now), state.StatisticsWritten);
 }
 
 }  // namespace ql::report

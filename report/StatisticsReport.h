@@ -22,4 +22,8 @@ std::vector<std::string> statisticsLines(const std::array<grids::Grid, grids::kG
 void WriteStatisticsToFile(short format, const grids::WindowState& state, const std::string& date,
                            const std::string& time, bool& statisticsWritten);
 
+// The same, stamped with the current date and time, setting the state's
+// StatisticsWritten.
+void WriteStatisticsToFile(short format, grids::WindowState& state);
+
 }  // namespace ql::report

@@ -9,10 +9,10 @@ int workbookFileFormat(int excelVersion) {
 }
 
 void WriteWorkbookHeader(const std::string& outputPath, const HeaderFacts& facts, int excelVersion,
-                         WorkbookSession& session) {
-    session.application.emplace();
-    session.workbook = session.application->Workbooks().Add();
-    workbook::Workbook& book = *session.workbook;
+                         grids::WindowState& state) {
+    state.ExcelApplication = std::make_shared<workbook::Application>();
+    state.ExcelWorkbook = std::make_shared<workbook::Workbook>(state.ExcelApplication->Workbooks().Add());
+    workbook::Workbook& book = *state.ExcelWorkbook;
     workbook::SheetList sheets = book.Worksheets();
     while (sheets.Count() < 10) sheets.Add(sheets.Item(sheets.Count()));
     for (int i = 0; i < 10; ++i) sheets.Item(i + 1).SetName(WorkbookSheetNames[i]);
@@ -39,7 +39,12 @@ void WriteWorkbookHeader(const std::string& outputPath, const HeaderFacts& facts
 
     book.SaveAs(outputPath, workbookFileFormat(excelVersion));
     book.Close();
-    session.workbook.reset();
+    state.ExcelWorkbook.reset();
+}
+
+void ReleaseWorkbook(grids::WindowState& state) {
+    state.ExcelWorkbook.reset();
+    state.ExcelApplication.reset();
 }
 
 }  // namespace ql::report

@@ -1,7 +1,6 @@
 #pragma once
 // The Excel form of the report: a workbook of ten named sheets whose first
 // sheet carries the header.
-#include <optional>
 #include <string>
 
 #include "platform/workbook/Excel.h"
@@ -17,20 +16,15 @@ inline constexpr const char* WorkbookSheetNames[10] = {"Header", "Tables", "View
 // 9, 39 for 10 and 11, 0 for anything else.
 int workbookFileFormat(int excelVersion);
 
-// The spreadsheet objects a workbook report holds until the window lets them
-// go at close.
-struct WorkbookSession {
-    std::optional<workbook::Application> application;
-    std::optional<workbook::Workbook> workbook;
-    void release() {
-        workbook.reset();
-        application.reset();
-    }
-};
-
-// Builds the workbook, fills its header sheet and saves it to `outputPath`.
-// Automation failures raise ql::RuntimeError.
+// Starts a spreadsheet application in the state's ExcelApplication, builds
+// the workbook there, fills its header sheet, saves it to `outputPath` with
+// the format code of `excelVersion`, closes it and lets ExcelWorkbook go;
+// the application stays until the window closes. Automation failures raise
+// ql::RuntimeError.
 void WriteWorkbookHeader(const std::string& outputPath, const HeaderFacts& facts, int excelVersion,
-                         WorkbookSession& session);
+                         grids::WindowState& state);
+
+// Lets the spreadsheet objects go (the close command's part for workbooks).
+void ReleaseWorkbook(grids::WindowState& state);
 
 }  // namespace ql::report

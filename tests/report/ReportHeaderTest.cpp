@@ -54,7 +54,7 @@ std::string expectedBody() {
 }  // namespace
 
 TEST_F(ReportFiles, TextAndCsvHeadersEndWithAFormFeedLineAndAnEmptyRootLine) {
-    for (short format : {FormatText, FormatCsv}) {
+    for (short format : {ql::grids::kFormatText, ql::grids::kFormatCsv}) {
         const std::string file = path("report" + std::to_string(format));
         std::ofstream(file) << "old contents that must go\r\n";
         int mode = 2;
@@ -67,7 +67,7 @@ TEST_F(ReportFiles, TextAndCsvHeadersEndWithAFormFeedLineAndAnEmptyRootLine) {
 TEST_F(ReportFiles, XmlHeaderIsACommentFollowedByAnOpenRoot) {
     const std::string file = path("r.xml");
     int mode = 1;
-    WriteHeaderToFile(file, FormatXml, facts_, mode, scratch());
+    WriteHeaderToFile(file, ql::grids::kFormatXml, facts_, mode, scratch());
     EXPECT_EQ(contents(file), "<?xml version=\"1.0\"?>\r\n<!--\r\n" + expectedBody() + "-->\r\n<Quarrylantern>\r\n");
 }
 
@@ -84,7 +84,7 @@ TEST_F(ReportFiles, ReopeningDropsTheClosingLineAndEveryBlankLine) {
 TEST_F(ReportFiles, ClosingAnyNumberOfTimesLeavesOneClosingLineAndWellFormedXml) {
     const std::string file = path("r.xml");
     int mode = 1;
-    WriteHeaderToFile(file, FormatXml, facts_, mode, scratch());
+    WriteHeaderToFile(file, ql::grids::kFormatXml, facts_, mode, scratch());
     for (int i = 0; i < 3; ++i) CloseXmlReport(file, scratch());
     const std::string text = contents(file);
     EXPECT_TRUE(text.ends_with("-->\r\n<Quarrylantern>\r\n</Quarrylantern>\r\n")) << text;
@@ -95,7 +95,7 @@ TEST_F(ReportFiles, ClosingAnyNumberOfTimesLeavesOneClosingLineAndWellFormedXml)
 
 TEST_F(ReportFiles, AnUnwritableReportRaisesARuntimeError) {
     int mode = 1;
-    EXPECT_THROW(WriteHeaderToFile(path("no/such/folder/r.txt"), FormatText, facts_, mode, scratch()),
+    EXPECT_THROW(WriteHeaderToFile(path("no/such/folder/r.txt"), ql::grids::kFormatText, facts_, mode, scratch()),
                  ql::RuntimeError);
     EXPECT_THROW(RemoveXMLCloseTag(path("missing.xml"), scratch()), ql::RuntimeError);
 }

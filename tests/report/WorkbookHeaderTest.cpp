@@ -46,10 +46,10 @@ TEST(WorkbookHeader, SaveFormatFollowsTheExcelVersion) {
 TEST(WorkbookHeader, TenNamedSheetsWithTheHeaderCellsInPlace) {
     const fs::path file = fs::temp_directory_path() / ("ql_wb_" + std::to_string(::getpid()) + ".xls");
     const HeaderFacts facts{"2.1.3", "05 March 2025", "14:07", 2025, "/data/Склад.mdb", "/data/SYSTEM.MDW"};
-    WorkbookSession session;
-    WriteWorkbookHeader(file.string(), facts, 9, session);
-    EXPECT_FALSE(session.workbook) << "the workbook is closed after saving";
-    EXPECT_TRUE(session.application) << "the application is kept until the window closes";
+    ql::grids::WindowState state;
+    WriteWorkbookHeader(file.string(), facts, 9, state);
+    EXPECT_FALSE(state.ExcelWorkbook) << "the workbook is closed after saving";
+    EXPECT_TRUE(state.ExcelApplication) << "the application is kept until the window closes";
 
     EXPECT_EQ(readBack(file),
               "Header|Tables|Views|Indexes|Relations|Forms|Reports|Macros|Modules|Pages\n"
@@ -65,9 +65,9 @@ TEST(WorkbookHeader, TenNamedSheetsWithTheHeaderCellsInPlace) {
 }
 
 TEST(WorkbookHeader, AnUnwritablePathRaisesTheAutomationError) {
-    WorkbookSession session;
+    ql::grids::WindowState state;
     try {
-        WriteWorkbookHeader("/nonexistent-folder/r.xls", HeaderFacts{}, 9, session);
+        WriteWorkbookHeader("/nonexistent-folder/r.xls", HeaderFacts{}, 9, state);
         FAIL() << "saved into a missing folder";
     } catch (const ql::RuntimeError& error) {
         EXPECT_EQ(error.number(), 1004);
