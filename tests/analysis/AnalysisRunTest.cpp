@@ -1,0 +1,446 @@
+// The analysis run over databases written for the purpose (names and
+// shapes no corpus file has, a table whose definition is destroyed) and
+// over every Jet database of the corpus.
+#include "analysis/AnalysisRun.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "grids/Fillers.h"
+#include "grids/UnhandledError.h"
+#include "platform/dao/VbText.h"
+#include "tests/support/Corpus.h"
+#include "tests/support/HeadlessWindow.h"
+#include "tools/jetwriter/Database.h"
+
+namespace fs = std::filesystem;
+
+namespace ql::analysis {
+namespace {
+
+namespace jw = jetwriter;
+using grids::Control;
+using test::HeadlessWindow;
+
+constexpr std::uint32_t kPageSize = 4096;
+const std::string kLongField = "A field name longer than thirty-five characters";
+const std::string kField35 = "Exactly thirty-five characters here";  // 35
+
+jw::ColumnDef col(std::string name, jw::ColumnType type = jw::ColumnType::Long) {
+    jw::ColumnDef c;
+    c.name = std::move(name);
+    c.type = type;
+    if (type == jw::ColumnType::Text) c.size = 50;
+    return c;
+}
+
+jw::IndexDef index(std::string name, std::string column, bool primary = false) {
+    jw::IndexDef i;
+    i.name = std::move(name);
+    i.columns = {{std::move(column)}};
+    i.primaryKey = i.unique = primary;
+    return i;
+}
+
+struct BuiltFile {
+    fs::path path;
+    // Where the definition of table "Orders" starts (Full only).
+    std::uint32_t ordersDefinitionPage = 0;
+};
+
+enum class Shape {
+    Full,     // tables, queries, a relationship and every kind of document
+    Bare,     // no table, query or relationship: only two pages
+    Awkward,  // names the indexes and relations fillers fail on
+};
+
+BuiltFile writeDatabase(const fs::path& folder, Shape shape = Shape::Full) {
+    BuiltFile built{folder / "built.mdb"};
+    jw::Database db(built.path.string(), jw::DatabaseOptions{});
+    using C = jw::Database::Container;
+    switch (shape) {
+    case Shape::Full:
+        db.createTable(jw::TableDef{"Customers",
+                                    {col("ID"), col(kLongField, jw::ColumnType::Text), col(kField35), col("Name")},
+                                    {index("PrimaryKey", "ID", true)},
+                                    {}});
+        built.ordersDefinitionPage =
+            db.createTable(jw::TableDef{"Orders",
+                                        {col("ID"), col("CustomerID")},
+                                        {index("CustomerID", "CustomerID"), index("PrimaryKey", "ID", true)},
+                                        {}})
+                .tdefPage();
+        db.createTable(jw::TableDef{"Old MSys copy", {col("ID")}, {index("PrimaryKey", "ID", true)}, {}});
+        db.addQuery(jw::selectQuery("qCustomers", "Customers", {"ID", "Name"}));
+        db.addQuery(jw::selectQuery("qOrders", "Orders", {"ID"}));
+        db.addQuery(jw::selectQuery("~sq_cHidden", "Orders", {"ID"}));
+        db.addRelationship(jw::RelationshipDef{"CustomersOrders", "Customers", "Orders", {{"ID", "CustomerID"}}});
+        db.addDocument(C::Forms, "Entry");
+        db.addDocument(C::Forms, "Main");
+        db.addDocument(C::Reports, "Summary");
+        db.addDocument(C::Scripts, "AutoExec");
+        db.addDocument(C::DataAccessPages, "Review");
+        db.addDocument(C::DataAccessPages, "Sales");
+        db.addDocument(C::DataAccessPages, "Sales~TMP2");
+        db.addDocument(C::DataAccessPages, "Totals");
+        break;
+    case Shape::Bare:
+        db.addDocument(C::DataAccessPages, "First");
+        db.addDocument(C::DataAccessPages, "Second");
+        break;
+    case Shape::Awkward:
+        // The indexes filler cannot find a table whose name holds a dot;
+        // the relations filler's own query breaks on a quote.
+        db.createTable(jw::TableDef{"Aaa", {col("ID")}, {index("PrimaryKey", "ID", true)}, {}});
+        db.createTable(jw::TableDef{"Dotted.Name", {col("ID")}, {index("PrimaryKey", "ID", true)}, {}});
+        db.createTable(jw::TableDef{"O'Brien", {col("ID"), col("AaaID")}, {}, {}});
+        db.addQuery(jw::selectQuery("qAaa", "Aaa", {"ID"}));
+        db.addRelationship(jw::RelationshipDef{"AaaOBrien", "Aaa", "O'Brien", {{"ID", "AaaID"}}});
+        db.addDocument(C::DataAccessPages, "Page");
+        break;
+    }
+    db.close();
+    return built;
+}
+
+void zeroPage(const fs::path& file, std::uint32_t page) {
+    std::FILE* f = std::fopen(file.c_str(), "r+b");
+    ASSERT_NE(f, nullptr);
+    const std::string zeros(kPageSize, '\0');
+    ASSERT_EQ(std::fseek(f, static_cast<long>(page) * kPageSize, SEEK_SET), 0);
+    ASSERT_EQ(std::fwrite(zeros.data(), 1, zeros.size(), f), zeros.size());
+    std::fclose(f);
+}
+
+std::vector<std::string> texts(const grids::NameList& list) {
+    std::vector<std::string> out;
+    for (const auto& e : list.entries()) out.push_back(e.text);
+    return out;
+}
+std::vector<std::int32_t> itemData(const grids::NameList& list) {
+    std::vector<std::int32_t> out;
+    for (const auto& e : list.entries()) out.push_back(e.itemData);
+    return out;
+}
+std::vector<std::int32_t> countingFrom(int first, int n) {
+    std::vector<std::int32_t> out;
+    for (int i = 0; i < n; ++i) out.push_back(first + i);
+    return out;
+}
+bool allSelected(const grids::NameList& list) {
+    for (const auto& e : list.entries())
+        if (!e.selected) return false;
+    return true;
+}
+bool noneSelected(const grids::NameList& list) {
+    for (const auto& e : list.entries())
+        if (e.selected) return false;
+    return true;
+}
+
+// Controls that record the order in which grids and lists are redrawn and
+// whose pages list box can be made to refuse its entries.
+class WatchedControls : public grids::RecordedControls {
+public:
+    WatchedControls(grids::WindowState& state, ui::Ui& ui)
+        : RecordedControls(state, ui), pages_(state.lstData[grids::kTabDataPages]) {}
+    void gridChanged(int grid) override { grids.push_back(grid); }
+    void nameListChanged(int list) override {
+        if (list == grids::kTabDataPages && refusePages && pages_.ListCount() > 0)
+            throw RuntimeError(7, "Out of memory");
+    }
+    std::vector<int> grids;
+    bool refusePages = false;
+
+private:
+    const grids::NameList& pages_;
+};
+
+class Run : public ::testing::Test {
+protected:
+    // A context over the same window with watched controls.
+    grids::WindowContext watched(WatchedControls& controls) {
+        controls.setTxtMDB(w.controls.txtMDB());
+        return grids::WindowContext{w.state, w.ui, controls, w.program, w.settings, w.ctx.programFolder};
+    }
+    const grids::NameList& list(int i) const { return w.state.lstData[static_cast<std::size_t>(i)]; }
+    void openBuilt(Shape shape = Shape::Full) { w.open(writeDatabase(w.folder.path(), shape).path); }
+    HeadlessWindow w;
+};
+
+TEST_F(Run, ListsHoldTheCatalogueAsTheRunFoundIt) {
+    openBuilt();
+    cmdAnalyse_Click(w.ctx);
+
+    // "MSys" anywhere in a table's name keeps it, its indexes and its
+    // fields out; "~" keeps a query out.
+    EXPECT_EQ(texts(list(0)), (std::vector<std::string>{"Customers", "Orders"}));
+    EXPECT_EQ(texts(list(1)), (std::vector<std::string>{"qCustomers", "qOrders"}));
+    EXPECT_EQ(texts(list(2)), (std::vector<std::string>{"[Customers].PrimaryKey", "[Orders].CustomerID",
+                                                        "[Orders].PrimaryKey"}));
+    EXPECT_EQ(texts(list(3)), (std::vector<std::string>{"[Orders].CustomersOrders"}));
+    EXPECT_EQ(texts(list(4)), (std::vector<std::string>{
+                                  "ID                                  [Customers]",
+                                  "A field name longer than thirty-fiv [Customers]",
+                                  "Exactly thirty-five characters here [Customers]",
+                                  "Name                                [Customers]",
+                                  "ID                                  [Orders]",
+                                  "CustomerID                          [Orders]",
+                              }));
+    EXPECT_EQ(texts(list(5)), (std::vector<std::string>{"Entry", "Main"}));
+    EXPECT_EQ(texts(list(6)), (std::vector<std::string>{"Summary"}));
+    EXPECT_EQ(texts(list(7)), (std::vector<std::string>{"AutoExec"}));
+    EXPECT_TRUE(list(8).entries().empty());
+
+    // A "~TMP" page is passed over and does not use up a number; pages
+    // count from 1, the other documents from 0.
+    EXPECT_EQ(texts(list(11)), (std::vector<std::string>{"Review", "Sales", "Totals"}));
+    EXPECT_EQ(itemData(list(11)), (std::vector<std::int32_t>{1, 2, 3}));
+    EXPECT_EQ(itemData(list(5)), (std::vector<std::int32_t>{0, 1}));
+    EXPECT_EQ(itemData(list(7)), (std::vector<std::int32_t>{0}));
+
+    for (int i : {0, 1, 2, 3, 5, 6, 7, 8, 11}) EXPECT_TRUE(allSelected(list(i))) << "list " << i;
+    EXPECT_TRUE(noneSelected(list(4)));
+}
+
+TEST_F(Run, TemporaryQueriesAreListedWhenAsked) {
+    openBuilt();
+    w.state.IncludeTempQueries = grids::kTrue;
+    cmdAnalyse_Click(w.ctx);
+    EXPECT_EQ(texts(list(1)), (std::vector<std::string>{"~sq_cHidden", "qCustomers", "qOrders"}));
+}
+
+TEST_F(Run, PhasesReportTheirProgressAndLeaveTheWindowReadyToView) {
+    openBuilt();
+    WatchedControls controls(w.state, w.ui);
+    grids::WindowContext ctx = watched(controls);
+    cmdAnalyse_Click(ctx);
+
+    std::vector<std::pair<int, int>> progress;
+    for (int i = 0; i <= 12; ++i) progress.emplace_back(i, 12);
+    EXPECT_EQ(w.ui.progress, progress);
+    EXPECT_EQ(w.ui.statusTexts,
+              (std::vector<std::string>{"Checking Database....", "Checking Tables....", "Selecting....",
+                                        "Selecting....", "Checking Queries....", "Checking Indexes....",
+                                        "Selecting....", "Checking Fields....", "Checking Relationships....",
+                                        "Selecting....", "Checking pages....", "Selecting....",
+                                        "Checking Forms....", "Selecting....", "Checking Reports....",
+                                        "Selecting....", "Checking Macros....", "Selecting....",
+                                        "Checking Modules....", "Selecting....", "", "Clearing up...", "Ready"}));
+    // The fillers in their order, the summary last.
+    EXPECT_EQ(controls.grids, (std::vector<int>{0, 1, 8, 4, 2, 7, 5, 6, 0}));
+    EXPECT_EQ(w.state.lvwGrid[grids::kGridTables].rowCount(), 3);
+
+    ASSERT_EQ(w.ui.messages.size(), 1u);
+    EXPECT_EQ(w.ui.messages[0].text, "Database Examined");
+    EXPECT_EQ(w.ui.messages[0].title, "Collected Information");
+    EXPECT_EQ(w.ui.messages[0].icon, ui::Icon::Information);
+    EXPECT_EQ(w.ui.eventPumps, 1);
+    EXPECT_EQ(controls.delays, 1);
+    EXPECT_EQ(w.ui.pointers.back(), ui::MousePointer::Default);
+    EXPECT_TRUE(w.ui.started.empty());
+    EXPECT_FALSE(w.state.ObjectsRecordset);
+
+    EXPECT_TRUE(controls.enabledState.at(Control::cmdView));
+    for (Control off : {Control::cmdAnalyse, Control::mnuAnalyse, Control::fraOutput, Control::cmdOut,
+                        Control::mnuOutPut})
+        EXPECT_FALSE(controls.enabledState.at(off));
+    EXPECT_TRUE(controls.enabledState.at(Control::mnuViewResults));
+    EXPECT_TRUE(controls.enabledState.at(Control::mnuStatistics));
+    EXPECT_EQ(controls.focus, Control::cmdView);
+    EXPECT_EQ(controls.steps[4].value, grids::kChecked);
+    EXPECT_EQ(controls.steps[4].color, grids::kColorBlack);
+    EXPECT_FALSE(controls.steps[4].bold);
+    EXPECT_EQ(controls.steps[5].value, grids::kGrayed);
+    EXPECT_TRUE(controls.steps[6].bold);
+    for (int tab = 0; tab < grids::kTabCount; ++tab) EXPECT_EQ(controls.tabEnabled[tab], tab != 10) << tab;
+}
+
+TEST_F(Run, EarlierErrorsAreNotForgottenAndOpenTheLog) {
+    openBuilt();
+    w.state.ErrorCount = 1;  // the run adds to what is there
+    cmdAnalyse_Click(w.ctx);
+    ASSERT_EQ(w.ui.messages.size(), 2u);
+    EXPECT_EQ(w.ui.messages[1].text, "Errors found on analysis\r\nThese must be fixed\r\nbefore we can continue");
+    EXPECT_EQ(w.ui.messages[1].title, "DATABASE ERRORS");
+    EXPECT_EQ(w.ui.messages[1].icon, ui::Icon::Critical);
+    ASSERT_EQ(w.ui.started.size(), 1u);
+    EXPECT_EQ(w.ui.started[0].commandLine, "Notepad.exe \"" + w.state.ErrorLogPath + "\"");
+    EXPECT_EQ(w.ui.started[0].style, ui::WindowStyle::MaximizedFocus);
+    EXPECT_EQ(w.controls.steps[4].color, grids::kColorRed);
+    EXPECT_EQ(w.ui.lastStatus(), "Ready");
+}
+
+TEST_F(Run, AnEditorThatCannotStartIsNotHandled) {
+    openBuilt();
+    w.state.ErrorCount = 1;
+    w.ui.failStarts = true;
+    try {
+        cmdAnalyse_Click(w.ctx);
+        ADD_FAILURE() << "no error";
+    } catch (const grids::UnhandledError& e) {
+        EXPECT_EQ(e.error().number(), 53);
+    }
+}
+
+TEST_F(Run, NoUserTablesStillFillsTheBar) {
+    openBuilt(Shape::Bare);
+    cmdAnalyse_Click(w.ctx);
+    for (int i : {0, 1, 2, 3, 4}) EXPECT_TRUE(list(i).entries().empty()) << i;
+    EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
+    EXPECT_EQ(w.ui.messages.at(0).text, "Database Examined");
+    EXPECT_EQ(texts(list(11)), (std::vector<std::string>{"First", "Second"}));
+}
+
+TEST_F(Run, WithoutAnOpenDatabaseTheFirstStatementIsNotHandled) {
+    try {
+        cmdAnalyse_Click(w.ctx);
+        ADD_FAILURE() << "no error";
+    } catch (const grids::UnhandledError& e) {
+        EXPECT_EQ(e.error().number(), 91);
+    }
+    EXPECT_TRUE(w.ui.progress.empty());
+}
+
+// A user table whose definition page is gone: the tables filler has no
+// handler, and the run handles nothing before the indexes phase.
+TEST_F(Run, ADamagedTableEndsTheRunInTheTablesPhase) {
+    const BuiltFile built = writeDatabase(w.folder.path());
+    zeroPage(built.path, built.ordersDefinitionPage);
+    w.open(built.path);
+    try {
+        cmdAnalyse_Click(w.ctx);
+        ADD_FAILURE() << "no error";
+    } catch (const grids::UnhandledError& e) {
+        EXPECT_EQ(e.error().number(), 3049);
+    }
+    EXPECT_EQ(w.ui.progress.back(), std::make_pair(1, 12));
+    EXPECT_EQ(w.ui.lastStatus(), "Selecting....");
+    EXPECT_TRUE(w.ui.messages.empty());
+}
+
+// From the indexes phase to the pages, what leaves a filler is passed
+// over without a line: the relations filler's broken query is not logged,
+// the indexes filler logs its own error.
+TEST_F(Run, FillerFailuresBetweenTheIndexesAndThePagesArePassedOver) {
+    openBuilt(Shape::Awkward);
+    cmdAnalyse_Click(w.ctx);
+    EXPECT_EQ(w.errorLogLines().size(), 1u);
+    EXPECT_EQ(w.errorLogLines().at(0).substr(0, 17), "Index Error :qAaa");
+    EXPECT_EQ(w.state.ErrorCount, 1);
+    EXPECT_TRUE(allSelected(list(3)));  // the select after the failed filler ran
+    EXPECT_EQ(texts(list(11)), (std::vector<std::string>{"Page"}));
+    EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
+    EXPECT_EQ(w.ui.messages.back().title, "DATABASE ERRORS");
+}
+
+TEST_F(Run, FillerHandlersWithoutAnErrorLogArePassedOverToo) {
+    openBuilt(Shape::Awkward);
+    w.state.ErrorLogPath.clear();
+    cmdAnalyse_Click(w.ctx);
+    EXPECT_EQ(w.state.ErrorCount, 0);
+    EXPECT_EQ(w.ui.lastStatus(), "Ready");
+    EXPECT_EQ(w.ui.messages.size(), 1u);
+}
+
+// The pages list box refuses its entries: each refusal is logged under the
+// saved query at the page's position, and the run goes on.
+TEST_F(Run, AFailingPageIsLoggedUnderTheQueryAtItsPosition) {
+    w.open(test::corpusFile("j4_northwind2000.mdb"));
+    WatchedControls controls(w.state, w.ui);
+    controls.refusePages = true;
+    grids::WindowContext ctx = watched(controls);
+    cmdAnalyse_Click(ctx);
+
+    std::vector<std::string> expected;
+    const auto& db = *w.state.CurrentDb;
+    const auto& pages = db.Containers()["DataAccessPages"].Documents();
+    for (int i = 1; i <= pages.Count(); ++i)
+        if (pages.Item(i - 1).Name().find("~TMP") == std::string::npos)
+            expected.push_back(dao::vb::fixedWidth(db.QueryDefs().Item(i - 1).Name(), 40));
+    ASSERT_EQ(expected.size(), 5u);
+
+    std::vector<std::string> logged;
+    for (const std::string& line : w.errorLogLines()) {
+        const std::string tail = " : 000007 : Out of memory";
+        if (line.size() > tail.size() && line.compare(line.size() - tail.size(), tail.size(), tail) == 0)
+            logged.push_back(line.substr(0, 40));
+    }
+    EXPECT_EQ(logged, expected);
+    EXPECT_EQ(static_cast<int>(w.errorLogLines().size()), w.state.ErrorCount);
+    EXPECT_EQ(itemData(list(11)), countingFrom(1, 5));
+    EXPECT_EQ(list(5).ListCount(), 22);  // the run went on past the pages
+}
+
+TEST_F(Run, AFailingPageWithoutAQueryAtItsPositionIsNotHandled) {
+    openBuilt(Shape::Bare);
+    WatchedControls controls(w.state, w.ui);
+    controls.refusePages = true;
+    grids::WindowContext ctx = watched(controls);
+    try {
+        cmdAnalyse_Click(ctx);
+        ADD_FAILURE() << "no error";
+    } catch (const grids::UnhandledError& e) {
+        EXPECT_EQ(e.error().number(), 3265);
+    }
+    EXPECT_EQ(w.state.ErrorCount, 0);
+    EXPECT_EQ(w.ui.lastStatus(), "Checking pages....");
+}
+
+TEST_F(Run, AFailingPageWithoutAnErrorLogIsNotHandled) {
+    w.open(test::corpusFile("j4_northwind2000.mdb"));
+    w.state.ErrorLogPath.clear();
+    WatchedControls controls(w.state, w.ui);
+    controls.refusePages = true;
+    grids::WindowContext ctx = watched(controls);
+    EXPECT_THROW(cmdAnalyse_Click(ctx), grids::UnhandledError);
+    EXPECT_EQ(w.ui.lastStatus(), "Checking pages....");
+}
+
+// Every Jet database of the corpus that opens without a workgroup: the
+// lists against the manifest and the engine's own collections.
+TEST(RunOverCorpus, ListsAgreeWithTheManifest) {
+    int analysed = 0;
+    for (const std::string& name : test::jetDatabases()) {
+        SCOPED_TRACE(name);
+        HeadlessWindow w;
+        try {
+            w.open(test::corpusFile(name));
+        } catch (const RuntimeError&) {
+            continue;  // password, user-level security: the opening's tests cover these
+        }
+        ASSERT_NO_THROW(cmdAnalyse_Click(w.ctx));
+        ++analysed;
+        const auto& row = test::manifest().at(name);
+        const auto& lists = w.state.lstData;
+        const auto& db = *w.state.CurrentDb;
+
+        // System-flagged tables without "MSys" in their names are listed too.
+        EXPECT_EQ(lists[0].ListCount(), row.number("tables_local") + row.number("tables_system_flagged"));
+        std::vector<std::string> queries;
+        for (const auto& q : db.QueryDefs())
+            if (q.Name().find('~') == std::string::npos && q.Name().find("MSys") == std::string::npos)
+                queries.push_back(q.Name());
+        const std::vector<std::string> listedQueries = texts(lists[1]);
+        std::multiset<std::string> listed(listedQueries.begin(), listedQueries.end());
+        EXPECT_EQ(listed, std::multiset<std::string>(queries.begin(), queries.end()));
+        EXPECT_EQ(lists[5].ListCount(), row.number("forms"));
+        EXPECT_EQ(lists[6].ListCount(), row.number("reports"));
+        EXPECT_EQ(lists[7].ListCount(), row.number("macros"));
+        EXPECT_EQ(lists[8].ListCount(), row.number("modules"));
+        EXPECT_EQ(itemData(lists[5]), countingFrom(0, lists[5].ListCount()));
+        EXPECT_EQ(itemData(lists[11]), countingFrom(1, lists[11].ListCount()));
+        for (const auto& page : texts(lists[11])) EXPECT_EQ(page.find("~TMP"), std::string::npos);
+        EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
+        EXPECT_EQ(w.ui.lastStatus(), "Ready");
+    }
+    EXPECT_GE(analysed, 25);
+}
+
+}  // namespace
+}  // namespace ql::analysis
