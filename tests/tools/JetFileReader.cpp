@@ -128,12 +128,13 @@ std::vector<std::uint8_t> JetFileReader::variableField(const std::vector<std::ui
 std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t root, std::size_t keySize) const
 {
     // Entry boundaries come from the page bitmap, read the way mdbtools reads it.
+    // keySize 0: keys of any length (nulls are one byte), the entry's tail is the pointer.
     auto entries = [&](const std::uint8_t* p, std::size_t entrySize) {
         std::vector<std::pair<std::size_t, std::size_t>> spans;
         std::size_t start = 0;
         for (std::size_t k = 1; k < (0x1E0 - 0x1B) * 8; ++k) {
             if (p[0x1B + k / 8] >> (k % 8) & 1) {
-                if (k - start != entrySize) throw std::runtime_error("index entry of unexpected size");
+                if (keySize && k - start != entrySize) throw std::runtime_error("index entry of unexpected size");
                 spans.emplace_back(0x1E0 + start, k - start);
                 start = k;
             }
@@ -145,7 +146,7 @@ std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t
         if (depth > 10) throw std::runtime_error("index too deep");
         const auto spans = entries(page(pg), keySize + 8);
         if (spans.empty()) throw std::runtime_error("empty node page");
-        const std::uint8_t* e = page(pg) + spans.front().first + keySize + 4;
+        const std::uint8_t* e = page(pg) + spans.front().first + spans.front().second - 4;
         pg = std::uint32_t(e[0]) << 24 | std::uint32_t(e[1]) << 16 | std::uint32_t(e[2]) << 8 | e[3];
     }
     std::vector<IndexEntry> out;
@@ -153,11 +154,12 @@ std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t
         const std::uint8_t* p = page(pg);
         if (p[0] != 0x04 || hops > pageCount()) throw std::runtime_error("broken leaf chain");
         for (const auto& [at, len] : entries(p, keySize + 4)) {
+            if (len < 5) throw std::runtime_error("index entry too short");
             const std::uint8_t* e = p + at;
+            const std::size_t k = len - 4;
             IndexEntry ie;
-            ie.key.assign(e, e + keySize);
-            ie.pointer = (std::uint32_t(e[keySize]) << 16 | std::uint32_t(e[keySize + 1]) << 8 | e[keySize + 2]) << 8 |
-                         e[keySize + 3];
+            ie.key.assign(e, e + k);
+            ie.pointer = (std::uint32_t(e[k]) << 16 | std::uint32_t(e[k + 1]) << 8 | e[k + 2]) << 8 | e[k + 3];
             out.push_back(std::move(ie));
         }
         pg = le32(p + 0x10);

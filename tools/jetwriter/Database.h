@@ -12,6 +12,7 @@
 #pragma once
 
 #include "tools/jetwriter/IndexPages.h"
+#include "tools/jetwriter/IndexSorter.h"
 #include "tools/jetwriter/Layout.h"
 #include "tools/jetwriter/PageFile.h"
 #include "tools/jetwriter/RowEncoder.h"
@@ -56,8 +57,15 @@ private:
         std::vector<std::pair<std::uint16_t, bool>> columns;
         std::uint8_t flags = 0;
         std::unique_ptr<IndexPageWriter> pages;
-        // Set for a one-column ascending Long key, the only kind whose pages are filled.
+        // A one-column ascending Long primary key: rows must come in key order, and the pages
+        // are written as they fill.
         std::optional<std::uint16_t> longKeyColumn;
+        // Any other index of sortable column types: keys are gathered and sorted at the end.
+        // An index with a text or other column keeps an empty root page (right only while the
+        // table is empty).
+        std::unique_ptr<IndexSorter> sorter;
+        bool exact = false; // its pages list every row
+        std::uint64_t distinctKeys = 0;
     };
     void flushDataPage();
     TdefContent content(std::vector<LogicalIndexInfo>& logical) const;
@@ -76,6 +84,7 @@ private:
     std::vector<BuiltIndex> indexes_;
     Bytes rowBuf_;
     std::vector<Bytes> keys_;
+    std::vector<Bytes> sortedKeys_;
     std::uint64_t rows_ = 0;
     std::int64_t maxAuto_ = 0;
     bool finished_ = false;

@@ -41,6 +41,17 @@ TableWriter::TableWriter(Database& db, TableDef def, bool system, std::optional<
                 layout_.columns[b.columns[0].first].def.type == ColumnType::Long)
                 b.longKeyColumn = b.columns[0].first;
         }
+        if (!b.longKeyColumn) {
+            std::size_t width = 0;
+            bool sortable = true;
+            for (const auto& [column, ascending] : b.columns) {
+                const ColumnType t = layout_.columns[column].def.type;
+                sortable = sortable && sortableKeyType(t);
+                if (sortable) width += indexKeyWidth(t);
+            }
+            if (sortable) b.sorter = std::make_unique<IndexSorter>(width);
+        }
+        b.exact = b.longKeyColumn || b.sorter;
         b.pages = std::make_unique<IndexPageWriter>(db_.file(), 0);
         indexes_.push_back(std::move(b));
     }
@@ -70,6 +81,10 @@ TdefContent TableWriter::content(std::vector<LogicalIndexInfo>& logical) const
         RealIndexInfo r;
         r.columns = indexes_[i].columns;
         r.flags = indexes_[i].flags;
+        // Until finish() counts them, the row count stands in (exact for a unique index).
+        r.distinctKeys = indexes_[i].exact
+                             ? static_cast<std::uint32_t>(std::min<std::uint64_t>(indexes_[i].distinctKeys, 0xFFFFFFFFu))
+                             : c.rowCount;
         c.realIndexes.push_back(r);
         logical.push_back({def_.indexes[i].name, static_cast<std::uint32_t>(i), def_.indexes[i].primaryKey});
     }
@@ -114,6 +129,13 @@ void TableWriter::addRow(const Row& row)
             throw std::invalid_argument("primary key values of " + def_.name + " must be written in ascending order");
     }
     encoder_.encode(*use, rowBuf_);
+    sortedKeys_.resize(indexes_.size());
+    for (std::size_t i = 0; i < indexes_.size(); ++i) {
+        if (!indexes_[i].sorter) continue;
+        sortedKeys_[i].clear();
+        for (const auto& [column, ascending] : indexes_[i].columns)
+            appendIndexKey(sortedKeys_[i], layout_.columns[column].def.type, (*use)[column], ascending);
+    }
     if (pageOpen_ && !page_.fits(rowBuf_.size())) flushDataPage();
     if (!pageOpen_) {
         page_ = RowPage(tdefPages_.front());
@@ -124,8 +146,11 @@ void TableWriter::addRow(const Row& row)
     const std::uint8_t r = page_.add(rowBuf_.data(), rowBuf_.size());
     const std::uint32_t ptr = pageNo_ << 8 | r;
     std::size_t k = 0;
-    for (BuiltIndex& b : indexes_)
+    for (std::size_t i = 0; i < indexes_.size(); ++i) {
+        BuiltIndex& b = indexes_[i];
         if (b.longKeyColumn) b.pages->add(keys_[k++], ptr);
+        else if (b.sorter) b.sorter->add(sortedKeys_[i], ptr);
+    }
     ++rows_;
 }
 
@@ -137,6 +162,13 @@ void TableWriter::finish()
     longValues_.flush();
     PageFile& f = db_.file();
     const std::uint32_t mapBytes = db_.options().inlineMapBytes;
+    for (BuiltIndex& b : indexes_) {
+        if (b.longKeyColumn) b.distinctKeys = rows_;
+        if (b.sorter) {
+            b.distinctKeys = b.sorter->drain(*b.pages);
+            b.sorter.reset();
+        }
+    }
     std::vector<LogicalIndexInfo> logical;
     TdefContent c = content(logical);
     c.ownedMap = db_.storeMapRow(encodeUsageMap(dataPages_, f, mapBytes));

@@ -36,9 +36,10 @@ Bytes buildTdefStream(const TdefContent& c)
     put32(s, static_cast<std::uint32_t>(c.realIndexes.size()));
     put32(s, c.ownedMap);
     put32(s, c.freeMap);
-    for (std::size_t i = 0; i < c.realIndexes.size(); ++i) {
-        put32(s, 0);
+    // Access stores the table's row count, then the index's distinct keys.
+    for (const RealIndexInfo& r : c.realIndexes) {
         put32(s, c.rowCount);
+        put32(s, r.distinctKeys);
         put32(s, 0);
     }
     for (const ColumnLayout& col : L.columns) {

@@ -14,6 +14,8 @@ struct RealIndexInfo {
     std::uint8_t flags = 0;
     std::uint32_t usageMap = 0; // row pointer
     std::uint32_t rootPage = 0;
+    // Distinct keys (a null counts as one), stored next to the row count in the definition.
+    std::uint32_t distinctKeys = 0;
 };
 
 struct LogicalIndexInfo {
