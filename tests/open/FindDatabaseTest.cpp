@@ -50,7 +50,7 @@ protected:
     HeadlessWindow w;
 };
 
-TEST_F(FindDatabase, DialogsStartFromTheProgramFolderWithoutRememberedPaths) {
+TEST_F(FindDatabase, DialogsStartFromTheRememberedPathsOrTheProgramFolder) {
     find(workgroup(), "");
     ASSERT_EQ(w.ui.dialogs.size(), 2u);
     const auto& first = w.ui.dialogs[0].request;
@@ -66,17 +66,18 @@ TEST_F(FindDatabase, DialogsStartFromTheProgramFolderWithoutRememberedPaths) {
     // An absolute path holds no separator-free beginning to start from.
     EXPECT_EQ(first.initialFolder, "");
     EXPECT_EQ(second.initialFolder, "");
-}
 
-TEST_F(FindDatabase, DialogsStartFromTheRememberedPaths) {
     w.settings.WriteSetting("Paths", "SystemDB", "groups/work.mdw");
     w.settings.WriteSetting("Paths", "ActualDB", "data.mdb");
+    w.ui.chooseFile("groups/work.mdw");  // not there: no second dialog
+    cmdFind_Click(w.ctx);
+    ASSERT_EQ(w.ui.dialogs.size(), 3u);
+    EXPECT_EQ(w.ui.dialogs[2].request.fileName, "groups/work.mdw");
+    EXPECT_EQ(w.ui.dialogs[2].request.initialFolder, "groups");
     find(workgroup(), "");
-    ASSERT_EQ(w.ui.dialogs.size(), 2u);
-    EXPECT_EQ(w.ui.dialogs[0].request.fileName, "groups/work.mdw");
-    EXPECT_EQ(w.ui.dialogs[0].request.initialFolder, "groups");
-    EXPECT_EQ(w.ui.dialogs[1].request.fileName, "data.mdb");
-    EXPECT_EQ(w.ui.dialogs[1].request.initialFolder, "data.md");
+    ASSERT_EQ(w.ui.dialogs.size(), 5u);
+    EXPECT_EQ(w.ui.dialogs[4].request.fileName, "data.mdb");
+    EXPECT_EQ(w.ui.dialogs[4].request.initialFolder, "data.md");
 }
 
 TEST(DialogInitialFolder, TakesTheBeginningBeforeTheFirstSeparator) {
@@ -88,8 +89,10 @@ TEST(DialogInitialFolder, TakesTheBeginningBeforeTheFirstSeparator) {
     EXPECT_EQ(dialogInitialFolder(""), "");
 }
 
-TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTrapOneAndKeepsTheSetting) {
+TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTrapOneAfterTheStepsAreReset) {
     w.settings.WriteSetting("Paths", "SystemDB", "/old/SYSTEM.MDW");
+    w.controls.steps[4] = {grids::kChecked, false, grids::kColorRed};
+    w.controls.currentTab = grids::kTabStatistics;
     w.ui.cancelFile();
     cmdFind_Click(w.ctx);
     EXPECT_EQ(texts(), (std::vector<std::string>{"Cancel Button Selected", "Cancel was selected."}));
@@ -98,49 +101,36 @@ TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTrapOneAndKeepsTheSetting)
         EXPECT_EQ(m.icon, ui::Icon::None);
     }
     EXPECT_EQ(setting("SystemDB"), "/old/SYSTEM.MDW");
-    EXPECT_EQ(w.ui.dialogs.size(), 1u);
     EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Default}));
-    EXPECT_FALSE(w.state.CurrentDb);
-}
-
-TEST_F(FindDatabase, CommandResetsTheStepsAndShowsTheDatabaseTab) {
-    w.controls.steps[4] = {grids::kChecked, false, grids::kColorRed};
-    w.controls.steps[2].value = grids::kChecked;
-    w.controls.currentTab = grids::kTabStatistics;
-    w.ui.cancelFile();
-    cmdFind_Click(w.ctx);
-    for (const auto& step : w.controls.steps) {
-        EXPECT_EQ(step.value, grids::kUnchecked);
-        EXPECT_EQ(step.color, grids::kColorBlack);
-    }
+    EXPECT_EQ(w.controls.steps[4].value, grids::kUnchecked);
+    EXPECT_EQ(w.controls.steps[4].color, grids::kColorBlack);
     EXPECT_EQ(w.controls.currentTab, grids::kTabDatabase);
 }
 
-TEST_F(FindDatabase, WorkgroupThatIsNotThereIsRefused) {
-    const fs::path hidden = w.folder.write(".hidden.mdw", "");
-    fs::copy_file(test::corpusFile(kWorkgroup), hidden, fs::copy_options::overwrite_existing);
+TEST_F(FindDatabase, WorkgroupsThatAreNotThereOrNotWorkgroupsAreRefused) {
+    const fs::path hidden = w.folder / ".hidden.mdw";
+    fs::copy_file(test::corpusFile(kWorkgroup), hidden);
     fs::create_directory(w.folder / "folder.mdw");
-    const std::vector<std::string> refused = {"", (w.folder / "gone.mdw").string(), hidden.string(),
-                                              (w.folder / "folder.mdw").string()};
-    for (const std::string& path : refused) {
+    const std::string database = w.folder.write("db.mdw", kJetHeader + std::string(100, 'x')).string();
+    const std::string missing = "\r\nNo System Database Chosen / does not exist";
+    const std::vector<std::pair<std::string, std::string>> refused = {
+        {"", missing},
+        {(w.folder / "gone.mdw").string(), missing},
+        {hidden.string(), missing},  // hidden files are not seen
+        {(w.folder / "folder.mdw").string(), missing},
+        {database, " is not an System Databasse"},
+    };
+    for (const auto& [path, text] : refused) {
         SCOPED_TRACE(path);
         HeadlessWindow fresh;
         fresh.ui.chooseFile(path);
         cmdFind_Click(fresh.ctx);
         ASSERT_EQ(fresh.ui.messages.size(), 1u);
-        EXPECT_EQ(fresh.ui.messages[0].text, path + "\r\nNo System Database Chosen / does not exist");
+        EXPECT_EQ(fresh.ui.messages[0].text, path + text);
         EXPECT_EQ(fresh.settings.ReadSetting("Paths", "SystemDB", kUnset), kUnset);
         EXPECT_EQ(fresh.controls.steps[0].value, grids::kUnchecked);
         EXPECT_EQ(fresh.ui.dialogs.size(), 1u);
     }
-}
-
-TEST_F(FindDatabase, WorkgroupWithoutItsSignatureIsRefused) {
-    const std::string notWorkgroup = w.folder.write("db.mdw", kJetHeader + std::string(100, 'x')).string();
-    find(notWorkgroup, "");
-    EXPECT_EQ(texts(), (std::vector<std::string>{notWorkgroup + " is not an System Databasse"}));
-    EXPECT_EQ(setting("SystemDB"), kUnset);
-    EXPECT_EQ(w.controls.steps[0].value, grids::kUnchecked);
 }
 
 TEST_F(FindDatabase, AcceptedWorkgroupIsRememberedBeforeTheDatabaseIsAskedFor) {
@@ -178,17 +168,6 @@ TEST_F(FindDatabase, MissingDatabaseIsRememberedAndFailsInTheOpening) {
     EXPECT_EQ(w.ui.lastStatus(), "Opening Database....");
 }
 
-TEST_F(FindDatabase, ReadOnlyDatabaseIsRefusedBeforeItsSignatureIsRead) {
-    // Not a database at all: the read-only test must speak first.
-    const std::string file = w.folder.write("locked.mdb", "plain text, no signature").string();
-    fs::permissions(file, fs::perms(0444));
-    find(workgroup(), file);
-    EXPECT_EQ(texts(), (std::vector<std::string>{file +
-                                                 " is READ ONLY\r\nCannot continue.\r\nPlease reset Read Only Flag"}));
-    EXPECT_EQ(setting("ActualDB"), kUnset);
-    EXPECT_FALSE(w.state.CurrentDb);
-}
-
 TEST(ReadOnlyAttribute, IsSetOnlyWhenNobodyMayWrite) {
     test::TempFolder folder;
     const fs::path file = folder.write("f.mdb", "x");
@@ -202,19 +181,27 @@ TEST(ReadOnlyAttribute, IsSetOnlyWhenNobodyMayWrite) {
     EXPECT_THROW(hasReadOnlyAttribute((folder / "none").string()), RuntimeError);
 }
 
-TEST_F(FindDatabase, DatabaseWithoutItsSignatureIsRefused) {
-    const std::string text = w.folder.write("notes.mdb", "Standard Jet  DB is not here").string();
-    const std::string workgroupFile = w.folder.write("wg.mdb", std::string(4, '\0') + "System DB").string();
-    const std::string ace = copyOf("ace_pcinventory.accdb");
-    for (const std::string& path : {text, workgroupFile, ace}) {
+TEST_F(FindDatabase, ReadOnlyFilesAndFilesWithoutTheSignatureAreRefused) {
+    // Not a database either: the read-only test must speak first.
+    const std::string locked = w.folder.write("locked.mdb", "plain text").string();
+    fs::permissions(locked, fs::perms(0444));
+    const std::string notJet = " is not an Access Database";
+    const std::vector<std::pair<std::string, std::string>> refused = {
+        {locked, " is READ ONLY\r\nCannot continue.\r\nPlease reset Read Only Flag"},
+        {w.folder.write("notes.mdb", "Standard Jet  DB is not here").string(), notJet},
+        {w.folder.write("wg.mdb", std::string(4, '\0') + "System DB").string(), notJet},
+        {copyOf("ace_pcinventory.accdb"), notJet},
+    };
+    for (const auto& [path, text] : refused) {
         SCOPED_TRACE(path);
         HeadlessWindow fresh;
         fresh.ui.chooseFile(workgroup());
         fresh.ui.chooseFile(path);
         cmdFind_Click(fresh.ctx);
         ASSERT_EQ(fresh.ui.messages.size(), 1u);
-        EXPECT_EQ(fresh.ui.messages[0].text, path + " is not an Access Database");
+        EXPECT_EQ(fresh.ui.messages[0].text, path + text);
         EXPECT_EQ(fresh.settings.ReadSetting("Paths", "ActualDB", kUnset), kUnset);
+        EXPECT_FALSE(fresh.state.CurrentDb);
     }
 }
 
@@ -249,11 +236,6 @@ TEST_F(FindDatabase, OpeningKeepsTheEngineAndDatabaseAndResetsTheOutputChoice) {
     EXPECT_EQ(w.ui.statusTexts,
               (std::vector<std::string>{"Select Database to Analyse", "Opening Database....", ""}));
     EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Hourglass, ui::MousePointer::Default}));
-
-    // The next command starts from what was remembered.
-    w.ui.cancelFile();
-    cmdFind_Click(w.ctx);
-    EXPECT_EQ(w.ui.dialogs.back().request.fileName, workgroup());
 }
 
 TEST_F(FindDatabase, EngineRefusalsReachTrapTwoWithTheirNumberAndText) {
