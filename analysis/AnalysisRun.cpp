@@ -281,9 +281,9 @@ private:
         int count = 0;
         s_([&] { count = db().TableDefs().Count(); });
         for (int t = 0; t < count; ++t) {
-            std::optional<dao::TableDef> table;
+            const dao::TableDef* table = nullptr;
             bool system = false;
-            s_([&] { table = db().TableDefs().Item(t); });
+            s_([&] { table = &db().TableDefs().Item(t); });
             s_([&] { system = isSystemName(grids::object(table).Name()); });
             if (system) continue;
             // From the first user table on, failures are passed over until
@@ -337,7 +337,13 @@ private:
                     .AddItem("[" + dao::vb::CStr(relations->Value("szObject")) + "]." +
                              dao::vb::CStr(relations->Value("szrelationship")));
             });
-            s_([&] { relations->MoveNext(); });
+            // A recordset that cannot move on would be read again for ever.
+            bool moved = false;
+            s_([&] {
+                relations->MoveNext();
+                moved = true;
+            });
+            if (!moved) break;
         }
         fill(grids::FillGridRelations);
         select(kSelectAllRelationships);
