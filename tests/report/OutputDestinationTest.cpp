@@ -199,6 +199,7 @@ TEST_F(Output, ChoosingAFileStoresItStartsAFreshLogAndUnlocksTheAnalysis) {
 
     EXPECT_TRUE(w.ui.messages.empty());
     EXPECT_EQ(w.ui.dialogs.at(0).request.initialFolder, "c:");
+    EXPECT_EQ(w.ui.dialogs.at(0).request.fileName, "c:/reports/last.txt");
     EXPECT_EQ(w.settings.ReadSetting("Paths", "Output", ""), file.string());
     EXPECT_EQ(w.controls.out, file.string());
     EXPECT_EQ(w.state.OutputPath, file.string());
@@ -350,6 +351,13 @@ TEST_F(Output, AWorkbookReportOpensInIndependentReadersAndIsLetGoAtClose) {
     const std::string csv = test::readFile(w.folder / "r.csv");
     EXPECT_TRUE(csv.starts_with("**************************  ACCESS DATABASE ANALYSIS PROGRAM **************"))
         << csv;
+}
+
+TEST(OutputChoice, ClosingBeforeAnyReportWasStartedTouchesNoFile) {
+    HeadlessWindow w;
+    report::optFormat_Click(w.ctx, 1);
+    EXPECT_NO_THROW(report::closeOutput(w.ctx));
+    EXPECT_FALSE(fs::exists(w.folder / "temp.xml"));
 }
 
 TEST_F(Output, AFailingHeaderIsReportedAndLeavesTheAnalysisLocked) {
