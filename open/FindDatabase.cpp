@@ -38,15 +38,15 @@ std::string dialogFileName(WindowContext& ctx, const ui::FileDialog& dialog) {
     return {};
 }
 
-// Trap 1: whatever fails between the first dialog and the opening, a
-// Cancel among them, ends the command with these two messages.
+// Whatever fails between the first dialog and the opening, a Cancel among
+// them, ends the command with these two messages.
 void cancelTrap(WindowContext& ctx, const RuntimeError& error) {
     say(ctx, "Cancel Button Selected");
     say(ctx, error.description());
     ctx.ui.setMousePointer(ui::MousePointer::Default);
 }
 
-// Trap 2: the opening failed; the engine's number and text are passed on.
+// The opening failed; the engine's number and text are passed on.
 void openTrap(WindowContext& ctx, const RuntimeError& error) {
     say(ctx, std::string("Cannot open Database: ") + ctx.state.ActualDbPath + kCrLf +
                  "Reported Error: " + std::to_string(error.number()) + kCrLf + error.description() + kCrLf +
@@ -75,8 +75,9 @@ void finishStep(WindowContext& ctx, int done, int next) {
     ctx.controls.setStepBold(next, true);
 }
 
-// Steps 4 to 16: choose and check both files. False when the command stops
-// here (a refusal or trap 1 has already spoken).
+// From the first dialog to the busy pointer: choose and check both files.
+// False when the command stops here (a refusal or the cancel trap has
+// already spoken).
 bool chooseFiles(WindowContext& ctx) {
     grids::WindowState& state = ctx.state;
     bool goOn = false;

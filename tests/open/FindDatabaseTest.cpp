@@ -89,7 +89,7 @@ TEST(DialogInitialFolder, TakesTheBeginningBeforeTheFirstSeparator) {
     EXPECT_EQ(dialogInitialFolder(""), "");
 }
 
-TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTrapOneAfterTheStepsAreReset) {
+TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTheCancelMessagesAfterTheStepsAreReset) {
     w.settings.WriteSetting("Paths", "SystemDB", "/old/SYSTEM.MDW");
     w.controls.steps[4] = {grids::kChecked, false, grids::kColorRed};
     w.controls.currentTab = grids::kTabStatistics;
@@ -238,7 +238,7 @@ TEST_F(FindDatabase, OpeningKeepsTheEngineAndDatabaseAndResetsTheOutputChoice) {
     EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Hourglass, ui::MousePointer::Default}));
 }
 
-TEST_F(FindDatabase, EngineRefusalsReachTrapTwoWithTheirNumberAndText) {
+TEST_F(FindDatabase, EngineRefusalsAreShownWithTheirNumberAndText) {
     // A file that says it is Jet but whose version byte is not one.
     const std::string aceAsJet = copyOf("ace_pcinventory.accdb", "ace_as_jet.mdb");
     {
