@@ -375,8 +375,11 @@ int scaleBench(const Options& o, const fs::path& scratch)
         const int rounds = bytes > parseSize("200M") ? 1 : o.rounds;
         const Run cat = catRun({file}, scratch, rounds);
         Run ours;
+        std::map<std::string, double> stages;
+        std::vector<std::string> order;
         for (int i = 0; i < rounds; ++i) {
             Run r = toolRun(o, format, {file}, scratch, scratch / "scale-report");
+            addTimings(r.err, stages, order);
             if (r.status != 0) {
                 std::fprintf(stderr, "analysis_bench: the tool failed on %s (status %d)\n%s", file.c_str(), r.status,
                              r.err.c_str());
@@ -389,6 +392,16 @@ int scaleBench(const Options& o, const fs::path& scratch)
                     writeSeconds > 0 ? std::to_string(writeSeconds).substr(0, 6).c_str() : "kept", ours.seconds,
                     cat.seconds, ours.seconds / std::max(cat.seconds, 1e-6), ours.seconds / (mb / 1024.0),
                     ours.peakKb / 1024.0, ours.peakKb / 1024.0 - mb);
+        // The stages that take the time at this size.
+        std::stable_sort(order.begin(), order.end(),
+                         [&](const std::string& a, const std::string& b) { return stages[a] > stages[b]; });
+        std::string top;
+        for (std::size_t i = 0; i < std::min<std::size_t>(3, order.size()); ++i) {
+            char part[96];
+            std::snprintf(part, sizeof part, "%s%s %.0f ms", i ? ", " : "", order[i].c_str(), stages[order[i]] / rounds);
+            top += part;
+        }
+        std::printf("  %8s longest stages: %s\n", "", top.c_str());
         std::fflush(stdout);
     }
     std::printf("  (peak MB is the tool's peak resident memory, mapped file pages included; \"above file\" takes the\n"
