@@ -285,10 +285,17 @@ TEST_F(Run, EarlierErrorsAreNotForgottenAndOpenTheLog) {
     EXPECT_EQ(unhandledNumber([&] { cmdAnalyse_Click(w.ctx); }), 53);
 }
 
-TEST_F(Run, NoUserTablesStillFillsTheBar) {
-    openBuilt(Shape::Bare);
+TEST_F(Run, NoUserTablesStillFillsTheBarAndASecondRunStartsAfresh) {
+    openBuilt(Shape::Full);
     cmdAnalyse_Click(w.ctx);
-    for (int i : {0, 1, 2, 3, 4}) EXPECT_TRUE(list(i).entries().empty()) << i;
+    fs::create_directory(w.folder / "bare");
+    w.open(writeDatabase(w.folder / "bare", Shape::Bare).path);
+    w.ui.progress.clear();
+    w.ui.messages.clear();
+    cmdAnalyse_Click(w.ctx);
+    for (int i : {0, 1, 2, 3, 4, 5, 6, 7, 8}) EXPECT_TRUE(list(i).entries().empty()) << i;
+    for (int k : {grids::kGridTables, grids::kGridIndexes, grids::kGridFields, grids::kGridMacros})
+        EXPECT_EQ(w.state.lvwGrid[k].rowCount(), 0) << k;
     EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
     EXPECT_EQ(w.ui.messages.at(0).text, "Database Examined");
     EXPECT_EQ(texts(list(11)), (std::vector<std::string>{"First", "Second"}));
