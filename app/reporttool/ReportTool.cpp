@@ -1,6 +1,5 @@
 #include "app/reporttool/ReportTool.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -20,12 +19,20 @@
 #include "platform/profile/SettingsFile.h"
 #include "platform/vba/Automation.h"
 #include "platform/vba/ModuleExport.h"
+#include "report/OutputDestination.h"
 
 namespace ql::reporttool {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+std::string readWhole(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream out;
+    out << in.rdbuf();
+    return out.str();
+}
 
 std::vector<std::string> readLogLines(const std::string& path) {
     std::vector<std::string> lines;
@@ -53,6 +60,16 @@ std::string oneLine(const RuntimeError& error) {
     return out;
 }
 
+// The option button of a file format.
+int formatCode(Format format) {
+    switch (format) {
+    case Format::Xml: return grids::kFormatXml;
+    case Format::Csv: return grids::kFormatCsv;
+    case Format::Xls: return grids::kFormatExcel;
+    default: return grids::kFormatText;
+    }
+}
+
 // Everything one database's run needs and leaves: the window's state with
 // its screen and controls, and the outcome the report is made from.
 class DatabaseRun {
@@ -65,7 +82,9 @@ public:
           // window remembers.
           settings_(scratch / "settings", scratch / "settings", [](const fs::path&) { return true; }),
           controls_(state_, ui_),
-          ctx_{state_, ui_, controls_, program_, settings_, environment.programFolder} {
+          // The program folder holds the XML rewrite's temporary file: a
+          // private one, so that runs side by side cannot meet there.
+          ctx_{state_, ui_, controls_, program_, settings_, scratch.string()} {
         outcome_.database = database;
         outcome_.workgroup = options.workgroup;
         // The control queries box and the flag it sets, as a click on it
@@ -96,6 +115,41 @@ public:
         }
         timer_.end();
     }
+
+    // What choosing the format and the output file does in the window: a
+    // fresh error log beside the report and the report's header.
+    bool startReport(Format format, const std::string& path) {
+        timer_.begin("start report");
+        bool ok = true;
+        try {
+            report::optFormat_Click(ctx_, formatCode(format));
+            report::startReport(ctx_, path);
+        } catch (const std::exception& e) {
+            reportError_ = grids::asRuntimeError(e);
+            ok = false;
+        }
+        timer_.end();
+        return ok;
+    }
+
+    // What viewing and closing do to the report: the statistics when asked,
+    // the XML closing line, the spreadsheet objects let go.
+    bool finishReport(bool stats) {
+        timer_.begin("write report");
+        bool ok = true;
+        try {
+            report::finishReport(ctx_, stats);
+            report::closeOutput(ctx_);
+        } catch (const std::exception& e) {
+            reportError_ = grids::asRuntimeError(e);
+            ok = false;
+        }
+        timer_.end();
+        return ok;
+    }
+
+    const std::optional<RuntimeError>& reportError() const { return reportError_; }
+    const std::string& errorLogPath() const { return state_.ErrorLogPath; }
 
     void analyse() {
         timer_.begin("run start");
@@ -153,6 +207,7 @@ private:
     grids::WindowContext ctx_;
     RunOutcome outcome_;
     StageTimer timer_;
+    std::optional<RuntimeError> reportError_;
 };
 
 // Writes `data` to `path` whole or not at all; "-" is standard output.
@@ -180,6 +235,7 @@ std::string reportFileName(const std::string& database, Format format) {
 int runTool(const Options& options, const ToolEnvironment& environment) {
     std::ostream& err = *environment.err;
     const std::string prefix = environment.programName + ": ";
+    const bool json = options.format == Format::Json;
 
     // Several databases, or an existing folder, make --output a folder.
     std::error_code ec;
@@ -213,38 +269,67 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
             target = (fs::path(options.output) / name).string();
         }
 
-        QTemporaryDir scratch;
-        if (!scratch.isValid()) {
-            err << prefix << "cannot make a temporary folder: " << scratch.errorString().toStdString() << "\n";
+        QTemporaryDir scratchDir;
+        if (!scratchDir.isValid()) {
+            err << prefix << "cannot make a temporary folder: " << scratchDir.errorString().toStdString() << "\n";
             return 1;
         }
-        DatabaseRun run(options, database, environment, fs::path(scratch.path().toStdString()));
+        const fs::path scratch(scratchDir.path().toStdString());
+        DatabaseRun run(options, database, environment, scratch);
         run.open();
-        if (run.outcome().opened) run.analyse();
-
-        if (!options.moduleSourceDir.empty()) {
-            run.writeModuleSources(options.moduleSourceDir);
-            for (const auto& e : run.outcome().moduleErrors)
-                err << prefix << database << ": module source: " << e << "\n";
-        }
-
         const auto& outcome = run.outcome();
         if (!outcome.opened) {
             failed = true;
             err << prefix << database << ": cannot open: error " << outcome.error->number() << ": "
                 << outcome.error->description() << "\n";
-        } else if (outcome.aborted) {
-            failed = true;
-            err << prefix << database << ": analysis ended: " << oneLine(*outcome.error) << "\n";
         }
 
-        run.timer().begin("write report");
-        std::string why;
-        const bool written = writeReport(target, run.json(), *environment.out, why);
-        run.timer().end();
-        if (!written) {
-            failed = true;
-            err << prefix << "cannot write " << target << ": " << why << "\n";
+        // The file formats are written where the window writes them, so a
+        // report for standard output is made in the scratch folder first.
+        const std::string reportPath =
+            !json && target == "-" ? (scratch / ("report" + formatExtension(options.format))).string() : target;
+        bool reportStarted = false;
+        if (outcome.opened) {
+            reportStarted = json || run.startReport(options.format, reportPath);
+            run.analyse();
+            if (outcome.aborted) {
+                failed = true;
+                err << prefix << database << ": analysis ended: " << oneLine(*outcome.error) << "\n";
+            }
+        }
+        if (!options.moduleSourceDir.empty()) {
+            run.writeModuleSources(options.moduleSourceDir);
+            for (const auto& e : outcome.moduleErrors) err << prefix << database << ": module source: " << e << "\n";
+        }
+
+        if (json) {
+            run.timer().begin("write report");
+            std::string why;
+            const bool written = writeReport(target, run.json(), *environment.out, why);
+            run.timer().end();
+            if (!written) {
+                failed = true;
+                err << prefix << "cannot write " << target << ": " << why << "\n";
+            }
+        } else if (outcome.opened) {
+            // A database that does not open gets no report file, as the
+            // window writes none before a database is open.
+            std::string why;
+            bool written = reportStarted && run.finishReport(options.stats);
+            if (!written)
+                why = run.reportError()->description();
+            else if (target == "-")
+                written = writeReport("-", QByteArray::fromStdString(readWhole(reportPath)), *environment.out, why);
+            if (!written) {
+                failed = true;
+                err << prefix << "cannot write " << target << ": " << why << "\n";
+            }
+            // One folder, one "Errors.Log" name: each database's log is kept
+            // under its report's name so that the next run does not replace it.
+            if (toFolder && reportStarted) {
+                std::error_code moved;
+                fs::rename(run.errorLogPath(), target + ".Errors.Log", moved);
+            }
         }
 
         if (options.timings) {

@@ -11,7 +11,6 @@ namespace ql::reporttool {
 
 struct ToolEnvironment {
     std::string programName = "quarrylantern-report";
-    std::string programFolder;
     env::ProgramValues program;
     // Where the reports go when --output is "-".
     std::ostream* out = nullptr;

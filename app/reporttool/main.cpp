@@ -2,7 +2,6 @@
 // command line, without a screen.
 #include <unistd.h>
 
-#include <filesystem>
 #include <iostream>
 
 #include "app/reporttool/Options.h"
@@ -28,9 +27,6 @@ int main(int argc, char** argv) {
 
     ToolEnvironment environment;
     environment.programName = program;
-    std::error_code ec;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
-    environment.programFolder = ec ? std::string(".") : self.parent_path().string();
     // The same program-wide values the window computes at start-up.
     const ql::registry::DesktopRegistry registry;
     const ql::env::LinuxSystemProbe probe;
