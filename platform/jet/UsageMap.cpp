@@ -8,6 +8,14 @@ namespace {
 constexpr std::uint8_t kMapInline = 0;
 constexpr std::uint8_t kMapReference = 1;
 constexpr std::size_t kMapPageHeader = 4;
+
+// A page the map owns but the file does not hold: the file was cut short
+// (or the map is damaged). Ending the walk quietly there would hand out a
+// table with rows missing and no word about it.
+[[noreturn]] void beyondEnd(std::uint64_t page, std::uint64_t pageCount) {
+    truncated("a usage map marks page " + std::to_string(page) + ", beyond the end of the file (" +
+              std::to_string(pageCount) + " pages)");
+}
 }  // namespace
 
 UsageMap::UsageMap(const Context& context, std::uint32_t pointer) : context_(&context) {
@@ -27,19 +35,24 @@ UsageMap::UsageMap(const Context& context, std::uint32_t pointer) : context_(&co
 }
 
 void UsageMap::rewind() {
+    ended_ = false;
     mapIndex_ = 0;
     bit_ = 0;
     current_ = Page();
 }
 
 std::optional<std::uint32_t> UsageMap::next() {
+    if (ended_) return std::nullopt;
     const std::uint64_t pageCount = context_->pages->pageCount();
     if (inline_) {
         while (bit_ < bitmap_.size() * 8ull) {
             const std::uint64_t b = bit_++;
             if (!(bitmap_[b / 8] & (1u << (b % 8)))) continue;
             const std::uint64_t page = start_ + b;
-            if (page >= pageCount) return std::nullopt;
+            if (page >= pageCount) {
+                ended_ = true;
+                beyondEnd(page, pageCount);
+            }
             return static_cast<std::uint32_t>(page);
         }
         return std::nullopt;
@@ -63,7 +76,10 @@ std::optional<std::uint32_t> UsageMap::next() {
             const std::uint64_t b = bit_++;
             if (!(bits[b / 8] & (1u << (b % 8)))) continue;
             const std::uint64_t page = mapIndex_ * perPage + b;
-            if (page >= pageCount) break;
+            if (page >= pageCount) {
+                ended_ = true;
+                beyondEnd(page, pageCount);
+            }
             return static_cast<std::uint32_t>(page);
         }
         ++mapIndex_;

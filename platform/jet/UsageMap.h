@@ -14,7 +14,8 @@ public:
     UsageMap(const Context& context, std::uint32_t pointer);
 
     // The next page of the map in ascending order, or nothing at the end.
-    // Pages beyond the end of the file are never returned.
+    // A marked page beyond the end of the file throws Truncated once; the
+    // map then ends.
     std::optional<std::uint32_t> next();
     void rewind();
 
@@ -25,6 +26,7 @@ private:
     std::vector<std::uint8_t> bitmap_;       // inline: a copy of the bitmap
     std::vector<std::uint32_t> mapPages_;    // reference: bitmap pages (0 = none)
     std::size_t mapIndex_ = 0;
+    bool ended_ = false;                     // a page beyond the end was met
     std::uint64_t bit_ = 0;
     Page current_;                           // reference: the bitmap page being read
 };

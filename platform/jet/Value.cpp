@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <unordered_set>
 
 #include "platform/jet/Context.h"
 #include "platform/jet/DataPage.h"
@@ -69,6 +70,7 @@ void civilFromDays(long long z, int& y, int& m, int& d) {
 }
 
 constexpr long long kUnixDaysOf18991230 = -25569;
+constexpr std::size_t kChainReserve = 64u * 1024;
 }  // namespace
 
 std::string Currency::toString() const {
@@ -149,13 +151,21 @@ Binary LongValue::bytes(std::size_t cap) const {
         return out;
     }
     if (kind_ != 0) detail::damaged("a long value of unknown kind " + std::to_string(kind_));
-    out.reserve(length_);
+    // Reserve no more than a few pages ahead: the stored length is only a
+    // claim until the chain has delivered the bytes.
+    out.reserve(std::min<std::size_t>(length_, kChainReserve));
     std::uint32_t pointer = pointer_;
-    // Every link must add data, so the walk ends within length_ links even
-    // when the chain loops.
-    for (std::uint64_t links = 0; out.size() < length_; ++links) {
-        if (pointer == 0 || links > length_)
+    // A row met twice means the chain loops: reading on would only repeat
+    // bytes until the length is reached, so the loop is reported where it
+    // closes. Rows without data cannot make the walk endless either.
+    std::unordered_set<std::uint32_t> visited;
+    while (out.size() < length_) {
+        if (pointer == 0)
             detail::damaged("long value chain ends after " + std::to_string(out.size()) + " of its " +
+                            std::to_string(length_) + " bytes");
+        if (!visited.insert(pointer).second)
+            detail::damaged("long value chain loops back to page " + std::to_string(pointer >> 8) + " row " +
+                            std::to_string(pointer & 0xFF) + " after " + std::to_string(out.size()) + " of its " +
                             std::to_string(length_) + " bytes");
         const ByteSpan row = detail::rowByPointer(*context_, pointer, &holder, "long value chain");
         if (row.size() < 4) detail::damaged("long value chain row shorter than its link");
