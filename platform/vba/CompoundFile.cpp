@@ -41,6 +41,7 @@ void initialiseGsf() {
 
 struct CompoundFile::Impl {
     std::string image;  // must outlive the memory input that points into it
+    std::size_t maxStreamBytes = kMaxStreamBytes;
     GsfRef<GsfInput> input;
     GsfRef<GsfInfile> root;
 
@@ -66,7 +67,7 @@ struct CompoundFile::Impl {
 CompoundFile::CompoundFile(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 CompoundFile::~CompoundFile() = default;
 
-std::unique_ptr<CompoundFile> CompoundFile::open(std::string image) {
+std::unique_ptr<CompoundFile> CompoundFile::open(std::string image, std::size_t maxStreamBytes) {
     if (image.size() < kHeaderSize || image.compare(0, kSignature.size(), kSignature) != 0)
         throw VbaError(VbaErrorKind::Corrupt, "not a compound file: signature missing");
     const unsigned shift = detail::u16(image, kSectorShiftOffset, "sector shift");
@@ -78,6 +79,7 @@ std::unique_ptr<CompoundFile> CompoundFile::open(std::string image) {
     initialiseGsf();
     auto impl = std::make_unique<Impl>();
     impl->image = std::move(image);
+    impl->maxStreamBytes = maxStreamBytes;
     impl->input.reset(gsf_input_memory_new(reinterpret_cast<const guint8*>(impl->image.data()),
                                            static_cast<gsf_off_t>(impl->image.size()), FALSE));
     if (!impl->input) throw VbaError(VbaErrorKind::Corrupt, "compound file image could not be opened");
@@ -114,9 +116,10 @@ std::string CompoundFile::readStream(const StoragePath& path) const {
     if (!entry || (GSF_IS_INFILE(entry.get()) && gsf_infile_num_children(GSF_INFILE(entry.get())) >= 0))
         throw VbaError(VbaErrorKind::Missing, "stream " + describePath(path) + " not found");
     const gsf_off_t size = gsf_input_size(entry.get());
-    if (size < 0 || static_cast<std::uint64_t>(size) > kMaxStreamBytes)
-        throw VbaError(VbaErrorKind::TooLarge,
-                       "stream " + describePath(path) + " claims " + std::to_string(size) + " bytes");
+    if (size < 0 || static_cast<std::uint64_t>(size) > impl_->maxStreamBytes)
+        throw VbaError(VbaErrorKind::TooLarge, "stream " + describePath(path) + " claims " + std::to_string(size) +
+                                                   " bytes, more than the " + std::to_string(impl_->maxStreamBytes) +
+                                                   " a stream may hold");
     std::string data(static_cast<std::size_t>(size), '\0');
     if (size > 0 && !gsf_input_read(entry.get(), static_cast<size_t>(size), reinterpret_cast<guint8*>(data.data())))
         throw VbaError(VbaErrorKind::Corrupt, "stream " + describePath(path) + " cannot be read to its end");

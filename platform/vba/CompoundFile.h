@@ -2,6 +2,7 @@
 // A compound file (the OLE2 structured storage format) held in memory, read
 // with libgsf.
 #include "platform/vba/Storage.h"
+#include "platform/vba/VbaError.h"
 
 #include <memory>
 #include <string>
@@ -13,7 +14,8 @@ public:
     // Takes the whole image. A final sector cut short is padded with zeros
     // (images rebuilt from table rows can be a few bytes short). Throws
     // VbaError(Corrupt) when the image is not a compound file libgsf can read.
-    static std::unique_ptr<CompoundFile> open(std::string image);
+    // A stream larger than maxStreamBytes fails with TooLarge when read.
+    static std::unique_ptr<CompoundFile> open(std::string image, std::size_t maxStreamBytes = kMaxStreamBytes);
     ~CompoundFile() override;
 
     std::vector<StorageEntry> children(const StoragePath& path) const override;
