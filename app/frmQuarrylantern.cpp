@@ -29,8 +29,14 @@
 #include <cstdlib>
 
 #include "Version.h"
+#include "analysis/FormatQuerySql.h"
+#include "app/WindowControlsQt.h"
 #include "app/frmAbout.h"
 #include "app/frmEditor.h"
+#include "grids/ErrorLog.h"
+#include "grids/Fillers.h"
+#include "grids/UnhandledError.h"
+#include "platform/vba/Automation.h"
 #include "viewers/About.h"
 #include "viewers/WebSite.h"
 
@@ -160,6 +166,10 @@ frmQuarrylantern::frmQuarrylantern(Services services, QWidget* parent)
         SSTab_Click(left);
     });
     currentTab_ = SSTab_->currentIndex();
+
+    controls_ = std::make_unique<WindowControlsQt>(*this);
+    context_ = std::make_unique<grids::WindowContext>(grids::WindowContext{
+        state_, *services_.ui, *controls_, *services_.program, *services_.settings, services_.programFolder});
 
     resize(980, 580);
 }
@@ -356,7 +366,12 @@ void frmQuarrylantern::buildStatisticsTab(QWidget* page) {
         grid->setAllColumnsShowFocus(true);
         grid->setColumnCount(0);
         grid->setHeaderLabels({});
+        // Sizing to the contents looks at every row, not only the first thousand.
+        grid->header()->setResizeContentsPrecision(-1);
         grid->hide();
+        connect(grid, &QTreeWidget::itemDoubleClicked, this, [this, g, grid](QTreeWidgetItem* item) {
+            lvwGrid_DblClick(g, grid->indexOfTopLevelItem(item));
+        });
         lvwGrid_[static_cast<std::size_t>(g)] = grid;
         stack->addWidget(grid, 0, 0);
     }
@@ -475,15 +490,97 @@ bool frmQuarrylantern::stepCurrent(int step) const { return chkDone(step)->font(
 
 void frmQuarrylantern::SetStatusText(const std::string& text) { services_.ui->setStatusText(text); }
 
+grids::WindowControls& frmQuarrylantern::controls() { return *controls_; }
+
+void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&)>& command) {
+    std::optional<RuntimeError> unhandled;
+    try {
+        command(*context_);
+    } catch (const grids::UnhandledError& e) {
+        unhandled = e.error();
+    } catch (const std::exception& e) {
+        // Nothing may leave a Qt slot; whatever a command let through is
+        // what the runtime would have reported.
+        unhandled = grids::asRuntimeError(e);
+    }
+    if (!unhandled) return;
+    services_.ui->message(grids::runtimeErrorText(*unhandled), kAppTitle, ui::Buttons::OK, ui::Icon::Critical);
+    // The runtime would end the program here; we close through the unload,
+    // so the automation object is quit and the event loop left normally.
+    close();
+}
+
 // The bodies of these commands come with the database opening, the output
-// choice, the analysis run, the result viewer and the grid navigation.
+// choice, the analysis run and the result viewer.
 void frmQuarrylantern::cmdFind_Click() {}
 void frmQuarrylantern::cmdOut_Click() {}
 void frmQuarrylantern::cmdAnalyse_Click() {}
 void frmQuarrylantern::cmdView_Click() {}
 void frmQuarrylantern::optFormat_Click(int) {}
-void frmQuarrylantern::lstItem_Click() {}
-void frmQuarrylantern::MakeGridVisible(int) {}
+
+void frmQuarrylantern::lstItem_Click() {
+    if (txtMDB_->text().isEmpty()) return;
+    // The list's text: that of its selected entry, empty when none is.
+    const auto selected = lstItem_->selectedItems();
+    const QString kind = selected.isEmpty() ? QString() : selected.front()->text();
+    static const std::pair<const char*, int> kGridOfKind[] = {
+        {"Database", grids::kGridDatabase}, {"Tables", grids::kGridTables},
+        {"Fields", grids::kGridFields},     {"Queries", grids::kGridQueries},
+        {"Indexes", grids::kGridIndexes},   {"Macros", grids::kGridMacros},
+        {"Modules", grids::kGridModules},   {"Relationships", grids::kGridRelations},
+        {"Miscellaneous", grids::kGridMiscellaneous},
+    };
+    for (const auto& [name, grid] : kGridOfKind) {
+        if (kind == QLatin1String(name)) {
+            MakeGridVisible(grid);
+            return;
+        }
+    }
+}
+
+void frmQuarrylantern::MakeGridVisible(int grid) {
+    for (int i = 0; i < grids::kGridCount; ++i) {
+        auto* view = lvwGrid(i);
+        if (i == grid) {
+            view->setVisible(true);
+            view->raise();
+        } else {
+            view->setVisible(false);
+            view->lower();
+        }
+    }
+}
+
+void frmQuarrylantern::AutoSizeGridColumns(int grid) {
+    QAbstractItemView* view = lvwGrid(grid);  // the tree view hides its public size hint
+    // The contents alone decide, not the header text: the run asks for the
+    // fit-the-contents width, never for the one that includes the header.
+    auto* tree = lvwGrid(grid);
+    for (int c = 1; c < tree->columnCount(); ++c) {
+        const int width = view->sizeHintForColumn(c);
+        if (width >= 0) tree->setColumnWidth(c, width);
+    }
+    repaint();
+}
+
+void frmQuarrylantern::lvwGrid_DblClick(int grid, int row) {
+    // Row 0 is the count row; the rows after it are one query each.
+    if (grid != grids::kGridQueries || row < 1) return;
+    const auto& rows = state_.lvwGrid[grids::kGridQueries].rows();
+    if (row >= static_cast<int>(rows.size())) return;
+    showQuerySql(rows[static_cast<std::size_t>(row)].text);
+}
+
+void frmQuarrylantern::showQuerySql(const std::string& name) {
+    runTrapped([&] {
+        if (!state_.CurrentDb) throw RuntimeError(91, "Object variable or With block variable not set");
+        std::string sql = state_.CurrentDb->QueryDefs()[name].SQL();
+        analysis::FormatQuerySql(sql);
+        auto* window = new frmQuerySql(q(name), q(sql), this);
+        querySql_ = window;
+        window->show();
+    });
+}
 
 void frmQuarrylantern::cmdTrans_Click(int index) {
     switch (index) {
@@ -589,6 +686,8 @@ void frmQuarrylantern::mirrorNameList(int i) {
 void frmQuarrylantern::mirrorGrid(int i) {
     auto* view = lvwGrid(i);
     const auto& grid = state_.lvwGrid[static_cast<std::size_t>(i)];
+    // Drawn from scratch: a grid refilled by a later run keeps nothing of
+    // its earlier rows or columns.
     view->clear();
     view->setColumnCount(grid.columnCount());
     QStringList headers;
@@ -608,14 +707,20 @@ void frmQuarrylantern::mirrorGrid(int i) {
         view->setColumnWidth(c, column.width() * dpi / grids::kTwipsPerInch);
         view->headerItem()->setTextAlignment(c, align(column.alignment));
     }
+    QList<QTreeWidgetItem*> items;
+    items.reserve(grid.rowCount());
     for (const auto& row : grid.rows()) {
-        auto* item = new QTreeWidgetItem(view);
+        auto* item = new QTreeWidgetItem;
         item->setText(0, q(row.text));
         for (int c = 1; c < grid.columnCount(); ++c) {
             item->setText(c, q(row.subItem(c)));
             item->setTextAlignment(c, align(grid.columns()[static_cast<std::size_t>(c)].alignment));
         }
+        items << item;
     }
+    // One insertion for all rows: the fields grid of a large database has
+    // thousands.
+    view->addTopLevelItems(items);
 }
 
 void frmQuarrylantern::SSTab_Click(int previousTab) {
@@ -672,8 +777,14 @@ void frmQuarrylantern::cmdClose_Click() {
 
 void frmQuarrylantern::Form_Unload() {
     unloaded_ = true;
-    // Quitting the front-end automation object (when the module scan started
-    // one, AccessAutomationStarts > 0) joins here with the module reader.
+    if (state_.AccessAutomationStarts > 0 && state_.AccessApplication) {
+        constexpr int kQuitWithoutSaving = 2;
+        try {
+            state_.AccessApplication->Quit(kQuitWithoutSaving);
+        } catch (const std::exception&) {
+            // The program ends either way.
+        }
+    }
     if (services_.endProgram)
         services_.endProgram();
     else

@@ -9,9 +9,12 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
+#include "app/frmQuerySql.h"
 #include "env/ProgramValues.h"
+#include "grids/WindowContext.h"
 #include "grids/WindowState.h"
 #include "platform/profile/SettingsFile.h"
 #include "platform/registry/Registry.h"
@@ -35,6 +38,8 @@ class QTimer;
 class QTreeWidget;
 
 namespace ql::app {
+
+class WindowControlsQt;
 
 // What the window works with; tests pass scripted stand-ins.
 struct Services {
@@ -72,6 +77,11 @@ public:
     virtual void lstItem_Click();
     virtual void MakeGridVisible(int grid);
     virtual void cmdTrans_Click(int index);
+    // A double click on row `row` (counted from 0) of grid `grid`: a query
+    // row of the queries grid opens its SQL; anything else does nothing.
+    void lvwGrid_DblClick(int grid, int row);
+    // Columns 1 to n-1 of grid `grid` sized to their contents.
+    void AutoSizeGridColumns(int grid);
 
     // Commands of the shell.
     virtual void cmdClose_Click();
@@ -102,6 +112,15 @@ public:
     virtual void TransMacros() {}
     virtual void TransModules() {}
     virtual void TransDataPages() {}
+
+    // Runs a command of another folder on the window's context. An error
+    // that no handler of the command takes is reported as the runtime
+    // reports it, and the window closes.
+    void runCommand(const std::function<void(grids::WindowContext&)>& command);
+    grids::WindowContext& context() { return *context_; }
+    grids::WindowControls& controls();
+    // The last query SQL window opened, while it is open.
+    frmQuerySql* querySqlWindow() const { return querySql_; }
 
     // State and its mirrors.
     grids::WindowState& state() { return state_; }
@@ -157,9 +176,13 @@ private:
     void runTrapped(const std::function<void()>& command);
     void toggleUndone(QAction* checkable);
     void nameSelectionChanged(int list);
+    void showQuerySql(const std::string& name);
 
     Services services_;
     grids::WindowState state_;
+    std::unique_ptr<WindowControlsQt> controls_;
+    std::unique_ptr<grids::WindowContext> context_;
+    QPointer<frmQuerySql> querySql_;
     std::string helpFile_;
     bool unloaded_ = false;
     bool mirroring_ = false;
