@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <iconv.h>
+#include <map>
+#include <mutex>
 #include <vector>
 
 namespace ql::jet::detail {
@@ -57,37 +59,71 @@ struct TextCodec::Iconv {
     }
 };
 
-TextCodec::TextCodec(bool jet4, std::uint16_t codePage) : jet4_(jet4), codePage_(codePage ? codePage : 1252) {
-    const std::string name = "CP" + std::to_string(codePage_);
-    iconv_t handle = iconv_open("UTF-8", name.c_str());
+namespace {
+
+struct SingleByteTable {
+    std::uint16_t codePage = 1252;  // 1252 when iconv does not know the one asked for
+    std::string utf8[256];
+};
+
+SingleByteTable buildSingleByteTable(std::uint16_t codePage) {
+    SingleByteTable t;
+    t.codePage = codePage;
+    iconv_t handle = iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
     if (handle == reinterpret_cast<iconv_t>(-1)) {
         // A code page iconv does not know: read the text as Windows Latin 1,
         // the code page of almost every file, rather than refuse it.
-        codePage_ = 1252;
+        t.codePage = 1252;
         handle = iconv_open("UTF-8", "CP1252");
     }
-    if (!isMultiByteCodePage(codePage_)) {
-        singleByte_ = true;
-        for (int b = 0; b < 256; ++b) {
-            char in = static_cast<char>(b);
-            char out[8];
-            char* inp = &in;
-            char* outp = out;
-            std::size_t inLeft = 1, outLeft = sizeof out;
-            iconv(handle, nullptr, nullptr, nullptr, nullptr);
-            if (handle != reinterpret_cast<iconv_t>(-1) &&
-                iconv(handle, &inp, &inLeft, &outp, &outLeft) != static_cast<std::size_t>(-1))
-                table_[b].assign(out, outp);
-            else if (b < 0x80)
-                table_[b] = std::string(1, static_cast<char>(b));
-            else
-                appendUtf8(table_[b], kReplacement);
-        }
-        if (handle != reinterpret_cast<iconv_t>(-1)) iconv_close(handle);
-    } else {
-        iconv_ = std::make_unique<Iconv>();
-        iconv_->handle = handle;
+    for (int b = 0; b < 256; ++b) {
+        char in = static_cast<char>(b);
+        char out[8];
+        char* inp = &in;
+        char* outp = out;
+        std::size_t inLeft = 1, outLeft = sizeof out;
+        if (handle != reinterpret_cast<iconv_t>(-1)) iconv(handle, nullptr, nullptr, nullptr, nullptr);
+        if (handle != reinterpret_cast<iconv_t>(-1) &&
+            iconv(handle, &inp, &inLeft, &outp, &outLeft) != static_cast<std::size_t>(-1))
+            t.utf8[b].assign(out, outp);
+        else if (b < 0x80)
+            t.utf8[b] = std::string(1, static_cast<char>(b));
+        else
+            appendUtf8(t.utf8[b], kReplacement);
     }
+    if (handle != reinterpret_cast<iconv_t>(-1)) iconv_close(handle);
+    return t;
+}
+
+// Built once per code page for the whole process: iconv_open loads the code
+// page's conversion module and iconv_close unloads it again, and a run that
+// opens many databases (each opened again by the module reader) spent more
+// time loading and unloading it than reading rows.
+const SingleByteTable& singleByteTable(std::uint16_t codePage) {
+    static std::mutex mutex;
+    static std::map<std::uint16_t, SingleByteTable> tables;
+    std::lock_guard<std::mutex> lock(mutex);
+    auto it = tables.find(codePage);
+    if (it == tables.end()) it = tables.emplace(codePage, buildSingleByteTable(codePage)).first;
+    return it->second;  // map nodes stay put, so the reference outlives the lock
+}
+
+}  // namespace
+
+TextCodec::TextCodec(bool jet4, std::uint16_t codePage) : jet4_(jet4), codePage_(codePage ? codePage : 1252) {
+    if (isMultiByteCodePage(codePage_)) {
+        iconv_t handle = iconv_open("UTF-8", ("CP" + std::to_string(codePage_)).c_str());
+        if (handle != reinterpret_cast<iconv_t>(-1)) {
+            iconv_ = std::make_unique<Iconv>();
+            iconv_->handle = handle;
+            return;
+        }
+        codePage_ = 1252;
+    }
+    const SingleByteTable& t = singleByteTable(codePage_);
+    codePage_ = t.codePage;
+    singleByte_ = true;
+    for (int b = 0; b < 256; ++b) table_[b] = t.utf8[b];
 }
 
 TextCodec::~TextCodec() = default;
