@@ -379,10 +379,15 @@ int scaleBench(const Options& o, const fs::path& scratch)
                 "peak MB", "anon MB");
     for (const std::string& size : o.sizes) {
         const fs::path file = o.scaleDir / ("scale-" + size + ".mdb");
-        // A file from an earlier run is kept: the writer gives the same bytes for the same options.
+        // A file from an earlier run is kept while the writer is the same build: it gives the
+        // same bytes for the same options.
         double writeSeconds = 0;
         const fs::path stamp = o.scaleDir / ("scale-" + size + ".ok");
-        if (!fs::exists(stamp) || !fs::exists(file)) {
+        std::error_code ec;
+        const std::string writerStamp =
+            size + " " + std::to_string(fs::file_size(o.jetwriter, ec)) + " " +
+            std::to_string(fs::last_write_time(o.jetwriter, ec).time_since_epoch().count()) + "\n";
+        if (!fs::exists(file) || slurp(stamp) != writerStamp) {
             const Run w = spawn({o.jetwriter, "--out", file.string(), "--size", size, "--tables", "50", "--queries", "12"},
                                 scratch, false, true);
             if (w.status != 0) {
@@ -390,7 +395,7 @@ int scaleBench(const Options& o, const fs::path& scratch)
                 return 1;
             }
             writeSeconds = w.seconds;
-            std::ofstream(stamp) << size << "\n";
+            std::ofstream(stamp) << writerStamp;
         }
         const std::uintmax_t bytes = fs::file_size(file);
         const int rounds = bytes > parseSize("200M") ? 1 : o.rounds;
