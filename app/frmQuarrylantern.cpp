@@ -29,6 +29,7 @@
 #include <cstdlib>
 
 #include "Version.h"
+#include "analysis/AnalysisRun.h"
 #include "analysis/FormatQuerySql.h"
 #include "app/WindowControlsQt.h"
 #include "app/frmAbout.h"
@@ -36,6 +37,7 @@
 #include "grids/ErrorLog.h"
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
+#include "open/FindDatabase.h"
 #include "platform/vba/Automation.h"
 #include "viewers/About.h"
 #include "viewers/WebSite.h"
@@ -510,11 +512,18 @@ void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&
     close();
 }
 
-// The bodies of these commands come with the database opening, the output
-// choice, the analysis run and the result viewer.
-void frmQuarrylantern::cmdFind_Click() {}
+void frmQuarrylantern::cmdFind_Click() { runCommand([](grids::WindowContext& ctx) { open::cmdFind_Click(ctx); }); }
+
+// The run repaints the window where it sets a status text and lets events
+// run only near its end; the controls that would start it again are
+// switched off by the run itself, at that end.
+void frmQuarrylantern::cmdAnalyse_Click() {
+    runCommand([](grids::WindowContext& ctx) { analysis::cmdAnalyse_Click(ctx); });
+}
+
+// The bodies of these commands come with the output choice and the result
+// viewer.
 void frmQuarrylantern::cmdOut_Click() {}
-void frmQuarrylantern::cmdAnalyse_Click() {}
 void frmQuarrylantern::cmdView_Click() {}
 void frmQuarrylantern::optFormat_Click(int) {}
 

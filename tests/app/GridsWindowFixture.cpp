@@ -2,6 +2,7 @@
 
 #include <QTimer>
 
+#include "env/RegistryValue.h"
 #include "tests/support/Corpus.h"
 
 namespace ql::test {
@@ -12,6 +13,8 @@ GridsWindowTest::~GridsWindowTest() {
 }
 
 AnalysisWindow& GridsWindowTest::loaded() {
+    // What start-up finds on this machine: the module scan needs it.
+    values.AccessApplicationClass = env::GetAccessApplicationClass(registry);
     app::Services s;
     s.ui = &ui;
     s.registry = &registry;

@@ -39,6 +39,16 @@ struct RecordingViewer : viewers::HelpViewer {
     }
 };
 
+// The scripted screen, with a look at the window at each message box: what
+// the controls show while a command is still running.
+struct WatchedUi : ScriptedUi {
+    std::function<void(const ui::Message&)> onMessage;
+    ui::Answer messageBox(const ui::Message& message) override {
+        if (onMessage) onMessage(message);
+        return ScriptedUi::messageBox(message);
+    }
+};
+
 class RecordingWindow : public app::frmQuarrylantern {
 public:
     using frmQuarrylantern::frmQuarrylantern;
@@ -81,7 +91,7 @@ protected:
 
     TempFolder program, user;
     profile::SettingsFile settings{program.path(), user.path()};
-    ScriptedUi ui;
+    WatchedUi ui;
     registry::DesktopRegistry registry;
     env::ProgramValues values;
     RecordingViewer help;
