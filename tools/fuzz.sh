@@ -11,7 +11,7 @@
 set -uo pipefail
 
 top=$(cd "$(dirname "$0")/.." && pwd)
-all_targets=(jet_open vba_project vba_decompress profile_reader query_sql)
+all_targets=(jet_open workgroup_open analysis_run vba_project vba_decompress profile_reader query_sql)
 
 if [[ $# -lt 1 || ! $1 =~ ^[0-9]+$ ]]; then
   echo "usage: $0 <seconds-per-target> [target...]  (targets: ${all_targets[*]})" >&2
@@ -36,7 +36,7 @@ command -v clang++ >/dev/null || { echo "clang++ is not installed (apt-get insta
 instrument="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer"
 if ! CC=clang CXX=clang++ cmake -S "$top" -B "$build" -G Ninja \
       -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQL_FUZZ=ON -DQL_BUILD_BENCH=OFF -DQL_BUILD_GUI=OFF \
-      -DQL_COMPONENTS="platform/jet;platform/vba;platform/profile;platform/dao;tests/fuzz" \
+      -DQL_COMPONENTS="platform/jet;platform/dao;platform/vba;platform/workbook;platform/profile;platform/registry;platform/ui;env;grids;analysis;tests/support;tests/fuzz" \
       -DCMAKE_CXX_FLAGS="$instrument" >"$build.configure.log" 2>&1; then
   cat "$build.configure.log" >&2
   exit 2
@@ -51,9 +51,11 @@ cmake --build "$build" -j "$jobs" --target "${build_targets[@]}" fuzz_seed_extra
 # the catalogue and the first tables of the bigger files.
 seeds="$build/seeds"
 jet_max=1048576
-if [[ ! -f "$seeds/.done" ]]; then
+# The marker names the seed layout: a tree seeded for fewer targets is redone.
+if [[ ! -f "$seeds/.done-2" ]]; then
   rm -rf "$seeds"
-  mkdir -p "$seeds/jet_open" "$seeds/profile_reader" "$seeds/query_sql" "$seeds/vba_project" "$seeds/vba_decompress"
+  mkdir -p "$seeds/jet_open" "$seeds/workgroup_open" "$seeds/analysis_run" "$seeds/profile_reader" \
+           "$seeds/query_sql" "$seeds/vba_project" "$seeds/vba_decompress"
   jet_list=()
   if [[ -d $corpus_files ]]; then
     for f in "$corpus_files"/*.mdb "$corpus_files"/*.mdw "$corpus_files"/*.mde "$corpus_files"/*.mda; do
@@ -66,6 +68,26 @@ if [[ ! -f "$seeds/.done" ]]; then
     # its first data page.
     for f in "${jet_list[@]}"; do
       head -c 65536 "$f" >"$seeds/jet_open/$(basename "$f").head"
+      [[ $f == *.mdw ]] || head -c "$jet_max" "$f" >"$seeds/analysis_run/$(basename "$f")"
+    done
+    # Workgroup + database: a 4-byte length, the workgroup file, the database.
+    # Each workgroup file goes with a database of its Jet version (its own
+    # secured database where the corpus has one).
+    for w in "$corpus_files"/*.mdw; do
+      [[ -f $w ]] || continue
+      name=$(basename "$w")
+      case $name in
+        j3_esis.mdw) db=j3_esis_secured.mdb ;;
+        j3_mission.mdw) db=j3_contour_cdu_secured.mdb ;;
+        j3_*) db=j3_querytest.mdb ;;
+        *) db=j4_querytest2003.mdb ;;
+      esac
+      [[ -f $corpus_files/$db ]] || continue
+      size=$(stat -c %s "$w")
+      { printf "$(printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((size & 255)) $(((size >> 8) & 255)) \
+                 $(((size >> 16) & 255)) $(((size >> 24) & 255)))"
+        cat "$w"
+        head -c 262144 "$corpus_files/$db"; } >"$seeds/workgroup_open/$name+$db"
     done
     "$build/tests/fuzz/fuzz_seed_extract" "$seeds" "${jet_list[@]}" >"$build/seeds.log" 2>&1 || true
   else
@@ -73,10 +95,10 @@ if [[ ! -f "$seeds/.done" ]]; then
   fi
   printf '[Options]\r\nFont=Tahoma\r\n; comment\r\n[Recent Files]\r\nFile1="C:\\a b.mdb"\r\n' >"$seeds/profile_reader/crlf.ini"
   printf '\xef\xbb\xbf[options]\nfont = Arial \nKey=\x27quoted\x27\n[Options]\nFont=Second\n' >"$seeds/profile_reader/bom.ini"
-  touch "$seeds/.done"
+  touch "$seeds/.done-2"
 fi
 
-declare -A max_len=([jet_open]=$jet_max [vba_project]=1048576 [vba_decompress]=262144
+declare -A max_len=([jet_open]=$jet_max [workgroup_open]=1048576 [analysis_run]=$jet_max [vba_project]=1048576 [vba_decompress]=262144
                     [profile_reader]=8192 [query_sql]=4096)
 
 mkdir -p "$build/findings" "$build/logs"
