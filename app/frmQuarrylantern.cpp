@@ -370,6 +370,8 @@ void frmQuarrylantern::buildStatisticsTab(QWidget* page) {
         grid->setHeaderLabels({});
         // Sizing to the contents looks at every row, not only the first thousand.
         grid->header()->setResizeContentsPrecision(-1);
+        // Every column keeps the width it was given, the last one too.
+        grid->header()->setStretchLastSection(false);
         grid->hide();
         connect(grid, &QTreeWidget::itemDoubleClicked, this, [this, g, grid](QTreeWidgetItem* item) {
             lvwGrid_DblClick(g, grid->indexOfTopLevelItem(item));
