@@ -137,10 +137,10 @@ Row ordersRow(std::uint64_t seed, std::uint64_t i, std::uint64_t customers, bool
     const std::uint64_t single = lightMemos ? 9980 : 8500;
     const std::uint64_t chain = lightMemos ? 9999 : 9950;
     if (kind < 1000) r[14] = Value::null();
-    else if (kind < single) r[14] = Value::ofText(words(d, 1, 60)); // mdbtools shows "" as NULL
+    else if (kind < single) r[14] = Value::ofText(words(d, 1, lightMemos ? 20 : 60)); // mdbtools shows "" as NULL
     else if (kind < chain) r[14] = Value::ofText(words(d, 200, 3000));
     else r[14] = Value::ofText(words(d, 5000, 20000));
-    if (d.below(20) == 0) {
+    if (d.below(lightMemos ? 200 : 20) == 0) {
         std::string blob(20 + d.below(300), '\0');
         for (char& c : blob) c = static_cast<char>('a' + d.below(26));
         r[15] = Value::ofText(blob);

@@ -22,8 +22,9 @@ struct GeneratorOptions {
     // Extra table "Wide" with this many columns (0 = none): enough columns need a definition
     // spread over several pages.
     std::uint32_t wideColumns = 0;
-    // Fewer long notes (0.2 % one LVAL row, 0.01 % chains instead of 14.5 % and 0.5 %): about
-    // 210 bytes a row, so that 10 million rows fit Jet's 2 GB limit.
+    // Fewer and shorter notes (0.2 % one LVAL row, 0.01 % chains instead of 14.5 % and 0.5 %;
+    // short ones up to 20 characters, not 60) and fewer attachments: about 210 bytes a row with
+    // the pages of the three indexes, so that 10 million rows fit Jet's 2 GB limit.
     bool lightMemos = false;
     DatabaseOptions database;
 };

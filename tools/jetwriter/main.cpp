@@ -18,7 +18,7 @@ const char kUsage[] =
     "  --tables N          tables in all, Orders and Customers included (default 5, at least 2)\n"
     "  --queries N         saved queries (default 4)\n"
     "  --wide N            add a table \"Wide\" with N columns (at most 255)\n"
-    "  --light-memos       few long Notes (about 210 bytes a row: 10 million rows ~ 2 GB)\n"
+    "  --light-memos       fewer, shorter Notes (about 210 bytes a row: 10 million rows ~ 2.1 GB)\n"
     "  --no-relationships  leave out the Customers-Orders relationship\n"
     "  --seed N            seed of the generated values (default 1); same seed, same file\n"
     "  --inline-map N      bitmap bytes of an inline usage map (default 64)\n";
