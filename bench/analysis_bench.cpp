@@ -8,7 +8,7 @@
 //  3. with --scale: files of 10 MB, 100 MB and 1 GB written by jetwriter, the
 //     analysis of each against cat, and how time and peak memory grow.
 //
-//   analysis_bench [--smoke] [--scale] [--sizes 10M,100M,1G] [--scale-dir DIR]
+//   analysis_bench [--smoke] [--scale] [--sizes 10M,100M,1G,rows:10000000] [--scale-dir DIR]
 //                  [--tool PATH] [--jetwriter PATH] [--corpus DIR] [--rounds N]
 //
 // Everything runs as child processes so that each side pays its own start-up
@@ -378,18 +378,23 @@ int scaleBench(const Options& o, const fs::path& scratch)
     std::printf("  %8s %8s %9s %9s %7s %8s %10s %10s\n", "size MB", "write s", "ours s", "cat s", "ours/cat", "s per GB",
                 "peak MB", "anon MB");
     for (const std::string& size : o.sizes) {
-        const fs::path file = o.scaleDir / ("scale-" + size + ".mdb");
+        std::string label = size;
+        std::replace(label.begin(), label.end(), ':', '-');
+        const fs::path file = o.scaleDir / ("scale-" + label + ".mdb");
         // A file from an earlier run is kept while the writer is the same build: it gives the
         // same bytes for the same options.
         double writeSeconds = 0;
-        const fs::path stamp = o.scaleDir / ("scale-" + size + ".ok");
+        const fs::path stamp = o.scaleDir / ("scale-" + label + ".ok");
         std::error_code ec;
         const std::string writerStamp =
             size + " " + std::to_string(fs::file_size(o.jetwriter, ec)) + " " +
             std::to_string(fs::last_write_time(o.jetwriter, ec).time_since_epoch().count()) + "\n";
         if (!fs::exists(file) || slurp(stamp) != writerStamp) {
-            const Run w = spawn({o.jetwriter, "--out", file.string(), "--size", size, "--tables", "50", "--queries", "12"},
-                                scratch, false, true);
+            // "rows:N": N Orders rows with light notes (10 million fill about 2.1 GB), instead of a size.
+            std::vector<std::string> args = {o.jetwriter, "--out", file.string(), "--tables", "50", "--queries", "12"};
+            if (size.rfind("rows:", 0) == 0) args.insert(args.end(), {"--rows", size.substr(5), "--light-memos"});
+            else args.insert(args.end(), {"--size", size});
+            const Run w = spawn(args, scratch, false, true);
             if (w.status != 0) {
                 std::fprintf(stderr, "analysis_bench: jetwriter failed for %s\n%s", size.c_str(), w.err.c_str());
                 return 1;
@@ -438,7 +443,7 @@ int scaleBench(const Options& o, const fs::path& scratch)
 int usage()
 {
     std::fprintf(stderr,
-                 "usage: analysis_bench [--smoke] [--scale] [--sizes 10M,100M,1G] [--scale-dir DIR]\n"
+                 "usage: analysis_bench [--smoke] [--scale] [--sizes 10M,100M,1G,rows:N] [--scale-dir DIR]\n"
                  "                      [--tool PATH] [--jetwriter PATH] [--corpus DIR] [--rounds N]\n");
     return 2;
 }
@@ -468,7 +473,8 @@ int main(int argc, char** argv)
             std::stringstream s(*v);
             std::string size;
             while (std::getline(s, size, ','))
-                if (parseSize(size) > 0) o.sizes.push_back(size);
+                if (parseSize(size) > 0 || (size.rfind("rows:", 0) == 0 && parseSize(size.substr(5)) > 0))
+                    o.sizes.push_back(size);
         } else return usage();
     }
     if (o.smoke) o.rounds = 1;
