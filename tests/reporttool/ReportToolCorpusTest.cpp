@@ -9,6 +9,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
@@ -79,10 +80,10 @@ std::vector<std::string> runArgs(std::vector<std::string> head, const std::vecto
     return head;
 }
 
-// mdbtools' rows of a table, header first. Rows end in a record separator,
-// since memo cells may hold line ends.
+// mdbtools' rows of a table, header first, binary cells in hex. Rows end in
+// a record separator, since memo cells may hold line ends.
 std::vector<std::vector<std::string>> mdbExport(const fs::path& file, const std::string& table) {
-    const auto run = runProgram({"mdb-export", "-d", "\t", "-R", "\x1e", "-Q", file.string(), table});
+    const auto run = runProgram({"mdb-export", "-d", "\t", "-R", "\x1e", "-Q", "-b", "hex", file.string(), table});
     std::vector<std::vector<std::string>> rows;
     std::istringstream in(run.out);
     std::string line;
@@ -291,6 +292,37 @@ TEST_F(ReportToolCorpus, RecordCountsAndRelationshipRowsAgreeWithMdbtools) {
         EXPECT_EQ(std::multiset<std::vector<std::string>>(rows.begin(), rows.end()), expected);
         EXPECT_GT(rows.size(), distinct.size()) << "the file shows no repetition";
     }
+}
+
+// A user table whose definition page is zeroed ends the run in the tables
+// phase, where the run handles nothing; the next database still runs.
+TEST(ReportTool, AnUnhandledErrorEndsOnlyItsOwnRun) {
+    TempFolder out;
+    const fs::path damaged = out / "damaged.mdb";
+    fs::copy_file(corpusFile("j3_afr.mdb"), damaged);
+    fs::permissions(damaged, fs::perms::owner_write, fs::perm_options::add);
+    const auto objects = mdbExport(damaged, "MSysObjects");
+    const auto& header = objects.at(0);
+    const auto column = [&](const char* n) { return std::find(header.begin(), header.end(), n) - header.begin(); };
+    const auto table = std::find_if(objects.begin() + 1, objects.end(), [&](const auto& row) {
+        return row.size() == header.size() && row[column("Type")] == "1" &&
+               row[column("Name")].find("MSys") == std::string::npos;
+    });
+    ASSERT_NE(table, objects.end());
+    std::fstream file(damaged, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(std::stol(table->at(column("Id"))) * 2048);  // a Jet 3 page
+    file.write(std::string(2048, '\0').data(), 2048);
+    file.close();
+
+    const auto run = runProgram({kTool, "--output", (out / "r").string(), damaged.string(), corpusFile("j3_altera_impressora.mdb").string()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find(damaged.string() + ": analysis ended: Run-time error '3049': "), std::string::npos) << run.err;
+    const QJsonObject r = parseReport(out / "r" / "damaged.mdb.json");
+    EXPECT_TRUE(r["opened"].toBool());
+    EXPECT_TRUE(r["aborted"].toBool());
+    EXPECT_EQ(r["error"]["number"].toInt(), 3049);
+    EXPECT_FALSE(gridRows(r, 0).empty());  // the grids filled before the error stay
+    EXPECT_FALSE(parseReport(out / "r" / "j3_altera_impressora.mdb.json")["aborted"].toBool());
 }
 
 // Module source goes to one folder per database, and only for databases
