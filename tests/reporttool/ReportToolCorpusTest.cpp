@@ -88,10 +88,13 @@ std::vector<std::vector<std::string>> mdbExport(const fs::path& file, const std:
     std::istringstream in(run.out);
     std::string line;
     while (std::getline(in, line, '\x1e')) {
-        std::vector<std::string> cells;
-        std::istringstream cellsIn(line);
-        std::string cell;
-        while (std::getline(cellsIn, cell, '\t')) cells.push_back(cell);
+        std::vector<std::string> cells{{}};
+        for (const char c : line) {
+            if (c == '\t')
+                cells.emplace_back();
+            else
+                cells.back().push_back(c);
+        }
         rows.push_back(cells);
     }
     return rows;
