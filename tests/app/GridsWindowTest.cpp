@@ -96,19 +96,11 @@ TEST_F(GridsWindowTest, ControlsReachTheirWidgets) {
     c.setCurrentTab(grids::kTabStatistics);
     EXPECT_EQ(w.SSTab()->currentIndex(), grids::kTabStatistics);
 
-    c.setTxtMDB("/data/a.mdb");
-    c.setTxtOut("/data/out.txt");
-    EXPECT_EQ(text(w.txtMDB()->text()), "/data/a.mdb");
-    EXPECT_EQ(c.txtMDB(), "/data/a.mdb");
-    EXPECT_EQ(c.txtOut(), "/data/out.txt");
-
     w.chkQryControl()->setEnabled(true);
     w.chkQryControl()->setChecked(true);
     EXPECT_EQ(c.chkQryControl(), grids::kChecked);
     w.chkQryControl()->setChecked(false);
     EXPECT_EQ(c.chkQryControl(), grids::kUnchecked);
-    w.chkIncludeStats()->setChecked(true);
-    EXPECT_EQ(c.chkIncludeStats(), grids::kChecked);
 }
 
 TEST_F(GridsWindowTest, ChoosingAFormatByCodeChecksItAndRunsItsClick) {
