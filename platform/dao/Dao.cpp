@@ -588,4 +588,11 @@ Database DBEngine::OpenDatabase(const std::string& name, bool, bool, const std::
     return Database(state);
 }
 
+Database::Database(std::shared_ptr<DatabaseState> state) : state_(std::move(state)) {
+    std::weak_ptr<DatabaseState> weak = state_;
+    lifetime_ = std::shared_ptr<void>(nullptr, [weak](void*) {
+        if (const auto state = weak.lock()) state->releaseDefinitions();
+    });
+}
+
 }  // namespace ql::dao

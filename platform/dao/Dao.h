@@ -264,8 +264,11 @@ public:
 
 private:
     friend class DBEngine;
-    explicit Database(std::shared_ptr<DatabaseState> state) : state_(std::move(state)) {}
+    explicit Database(std::shared_ptr<DatabaseState> state);
     std::shared_ptr<DatabaseState> state_;
+    // Shared by the copies of this handle only; when the last one goes the
+    // state lets go of the definitions that point back to it.
+    std::shared_ptr<void> lifetime_;
 };
 
 class DBEngine {

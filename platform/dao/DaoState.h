@@ -39,6 +39,13 @@ struct DatabaseState {
     std::optional<std::map<std::int32_t, std::int32_t>> rights;
 
     explicit DatabaseState(jet::Database db) : jet(std::move(db)) {}
+    // Table and query definitions hold the state they came from; the state
+    // drops its collections of them when the database's last handle goes,
+    // or the two would keep each other (and the mapped file) alive.
+    void releaseDefinitions() {
+        tableDefs.reset();
+        queryDefs.reset();
+    }
     void checkOpen() const;
     std::int32_t containerId(const std::string& name) const;  // 0 when absent
     // Catalogue rows under a parent, in Jet's name order.

@@ -1,16 +1,19 @@
 // The reader's limits. Size caps, each reached with a built input or a small
 // limit: what lies at the cap is read, one byte more is a clear TooLarge (or,
 // for a table definition, Damaged) error, and nothing is allocated for the
-// excess. A file cut short: a table reads whole or says it was cut.
+// excess. A file cut short: a table reads whole or says it was cut. A
+// database closed by dropping its last handle lets go of its file.
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
 
+#include "platform/dao/Dao.h"
 #include "platform/jet/Database.h"
 #include "platform/vba/CompoundFile.h"
 #include "tests/platform/vba/TestImages.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/TempFolder.h"
 
 using namespace ql;
 
@@ -132,6 +135,31 @@ TEST(CutShort, ATableReadsWholeOrSaysItWasCut) {
     }
     EXPECT_GT(truncatedTables, 0);
     EXPECT_GT(wholeTables, 0);
+}
+
+bool mapped(const std::string& path) {
+    return test::readFile("/proc/self/maps").find(path) != std::string::npos;
+}
+
+// Table and query definitions point back to their database; once the last
+// handle is gone, nothing may keep the database's state, and with it the
+// file's mapping, alive (a run over many databases would hold them all).
+TEST(Release, ADatabaseLetsGoOfItsFileWhenItsLastHandleGoes) {
+    test::TempFolder folder;
+    const std::string path = folder.write("released.mdb", test::readFile(test::corpusFile("j4_northwind2000.mdb")));
+    {
+        dao::DBEngine engine;
+        std::optional<dao::Database> db = engine.OpenDatabase(path);
+        const dao::Database copy = *db;
+        for (const dao::TableDef& t : db->TableDefs()) (void)t.Fields().Count();
+        for (const dao::QueryDef& q : db->QueryDefs()) (void)q.SQL();
+        ASSERT_TRUE(mapped(path));
+        db.reset();
+        // A copy of the handle keeps everything usable.
+        EXPECT_GT(copy.TableDefs().Count(), 0);
+        EXPECT_TRUE(mapped(path));
+    }
+    EXPECT_FALSE(mapped(path));
 }
 
 }  // namespace
