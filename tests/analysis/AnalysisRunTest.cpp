@@ -425,7 +425,9 @@ TEST(RunOverCorpus, ListsAgreeWithTheManifest) {
         EXPECT_EQ(itemData(lists[5]), countingFrom(0, lists[5].ListCount()));
         EXPECT_EQ(itemData(lists[11]), countingFrom(1, lists[11].ListCount()));
         for (const auto& page : texts(lists[11])) EXPECT_EQ(page.find("~TMP"), std::string::npos);
-        if (!db.Containers().Contains("DataAccessPages")) EXPECT_EQ(lists[11].ListCount(), 0);
+        if (!db.Containers().Contains("DataAccessPages")) {
+            EXPECT_EQ(lists[11].ListCount(), 0);
+        }
         EXPECT_EQ(fs::last_write_time(file), written);
         EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
         EXPECT_EQ(w.ui.lastStatus(), "Ready");
