@@ -107,6 +107,9 @@ summary=()
 for t in "${targets[@]}"; do
   mkdir -p "$build/corpus/$t" "$build/findings/$t"
   log="$build/logs/$t.log"
+  # Findings of earlier runs stay in the folder; only this run's count.
+  started="$build/findings/$t/.started"
+  touch "$started"
   echo "== $t: ${seconds}s" >&2
   # detect_leaks: a leak is a finding too, but LeakSanitizer cannot run
   # under some sandboxes' ptrace rules; QL_FUZZ_LEAKS=0 turns it off there.
@@ -120,7 +123,7 @@ for t in "${targets[@]}"; do
   rc=$?
   execs=$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$' | tail -1)
   rss=$(grep -o 'stat::peak_rss_mb: *[0-9]*' "$log" | grep -o '[0-9]*$' | tail -1)
-  found=$(find "$build/findings/$t" -type f | wc -l)
+  found=$(find "$build/findings/$t" -type f ! -name .started -newer "$started" | wc -l)
   summary+=("$t: rc=$rc executions=${execs:-?} peak_rss_mb=${rss:-?} findings=$found")
   if [[ $rc -ne 0 || $found -ne 0 ]]; then
     status=1
