@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/ui/Launcher.h"
 #include "report/OutputDestination.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
@@ -162,6 +163,32 @@ TEST_F(View, AFormatOutsideTheFourStartsNothingButTicksTheStep) {
     EXPECT_TRUE(w.ui.started.empty());
     EXPECT_TRUE(w.ui.messages.empty());
     EXPECT_EQ(w.controls.steps[6].value, grids::kChecked);
+}
+
+// On a desktop without Notepad or an Office folder the launcher hands the
+// report itself, blanks and all, to the desktop's opener.
+TEST_F(View, OnLinuxEveryViewerCommandOpensTheReportItself) {
+    std::vector<std::vector<std::string>> spawned;
+    const ui::Launcher launcher([](const std::string& p) { return p == "xdg-open" ? "/usr/bin/xdg-open" : ""; },
+                                [&](const std::string& p, const std::vector<std::string>& args) {
+                                    spawned.push_back(args);
+                                    spawned.back().insert(spawned.back().begin(), p);
+                                    return true;
+                                });
+    w.program.TextEditorPath = "Notepad.exe";
+    for (int format : {0, 1, 3}) {
+        HeadlessWindow x;
+        x.open(test::corpusFile("j3_afr.mdb"));
+        report::optFormat_Click(x.ctx, format, reg);
+        const std::string file = (x.folder / "my report.out").string();
+        x.ui.chooseFile(file);
+        report::cmdOut_Click(x.ctx);
+        viewers::cmdView_Click(x.ctx, reg);
+        ASSERT_EQ(x.ui.started.size(), 1u);
+        spawned.clear();
+        launcher.start(x.ui.started[0].commandLine, x.ui.started[0].style);
+        EXPECT_EQ(spawned, (std::vector<std::vector<std::string>>{{"/usr/bin/xdg-open", file}})) << format;
+    }
 }
 
 }  // namespace
