@@ -38,8 +38,10 @@
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "open/FindDatabase.h"
+#include "report/OutputDestination.h"
 #include "platform/vba/Automation.h"
 #include "viewers/About.h"
+#include "viewers/OutputViewer.h"
 #include "viewers/WebSite.h"
 
 namespace ql::app {
@@ -508,6 +510,9 @@ void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&
         unhandled = grids::asRuntimeError(e);
     }
     if (!unhandled) return;
+    // The command may have left the busy pointer on; the message is read
+    // under the normal one.
+    services_.ui->setMousePointer(ui::MousePointer::Default);
     services_.ui->message(grids::runtimeErrorText(*unhandled), kAppTitle, ui::Buttons::OK, ui::Icon::Critical);
     // The runtime would end the program here; we close through the unload,
     // so the automation object is quit and the event loop left normally.
@@ -523,11 +528,19 @@ void frmQuarrylantern::cmdAnalyse_Click() {
     runCommand([](grids::WindowContext& ctx) { analysis::cmdAnalyse_Click(ctx); });
 }
 
-// The bodies of these commands come with the output choice and the result
-// viewer.
-void frmQuarrylantern::cmdOut_Click() {}
-void frmQuarrylantern::cmdView_Click() {}
-void frmQuarrylantern::optFormat_Click(int) {}
+void frmQuarrylantern::cmdOut_Click() {
+    runCommand([](grids::WindowContext& ctx) { report::cmdOut_Click(ctx); });
+}
+
+void frmQuarrylantern::cmdView_Click() {
+    runCommand([this](grids::WindowContext& ctx) { viewers::cmdView_Click(ctx, *services_.registry); });
+}
+
+void frmQuarrylantern::optFormat_Click(int index) {
+    runCommand([this, index](grids::WindowContext& ctx) {
+        report::optFormat_Click(ctx, index, *services_.registry);
+    });
+}
 
 void frmQuarrylantern::lstItem_Click() {
     if (txtMDB_->text().isEmpty()) return;
@@ -774,15 +787,9 @@ bool frmQuarrylantern::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmQuarrylantern::cmdClose_Click() {
-    int format = -1;
-    for (int i = 0; i < kFormatCount; ++i)
-        if (optFormat(i)->isChecked()) {
-            format = i;
-            break;
-        }
-    // Closing an XML report with its root tag and releasing the workbook
-    // belong to the report writer; they join here with it.
-    (void)format;
+    // An XML report gets its closing root line once more, the workbook is
+    // let go; a failure there is shown and the window closes all the same.
+    runTrapped([this] { report::closeOutput(*context_); });
     close();
 }
 

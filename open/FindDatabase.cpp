@@ -171,6 +171,13 @@ void cmdFind_Click(grids::WindowContext& ctx) {
             ctx.controls.setTxtOut("");
             ctx.controls.chooseFormat(grids::kFormatText);
             ctx.controls.setEnabled(Control::cmdView, false);
+            // The output choice is made once per opened database, and the
+            // window switches it off at start-up and after each choice;
+            // opening a database is where it becomes possible again, or no
+            // format could ever be picked and no second report written.
+            ctx.controls.setEnabled(Control::fraOutput, true);
+            ctx.controls.setEnabled(Control::cmdOut, true);
+            ctx.controls.setEnabled(Control::mnuOutPut, true);
             ctx.controls.setCurrentTab(grids::kTabDatabase);
             // Files are opened and closed within each operation, so none is
             // open here to be closed.

@@ -232,6 +232,8 @@ TEST_F(FindDatabase, OpeningKeepsTheEngineAndDatabaseAndResetsTheOutputChoice) {
     EXPECT_EQ(w.controls.txtOut(), "");
     EXPECT_EQ(w.controls.format, grids::kFormatText);
     EXPECT_FALSE(w.controls.enabledState.at(Control::cmdView));
+    for (Control control : {Control::fraOutput, Control::cmdOut, Control::mnuOutPut})
+        EXPECT_TRUE(w.controls.enabledState.at(control));
     EXPECT_EQ(w.controls.currentTab, grids::kTabDatabase);
     EXPECT_EQ(w.ui.statusTexts,
               (std::vector<std::string>{"Select Database to Analyse", "Opening Database....", ""}));
