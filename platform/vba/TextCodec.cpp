@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <iconv.h>
+#include <map>
 #include <memory>
 
 namespace ql::vba {
@@ -25,9 +26,20 @@ IconvHandle openDecoder(const std::string& from) {
     return IconvHandle(cd);
 }
 
+// iconv_open loads a code page's conversion module and iconv_close unloads
+// it again; a module scan converts thousands of lines, so each thread keeps
+// the decoders it has opened (nothing when iconv does not know the name).
+void* cachedDecoder(const std::string& from) {
+    thread_local std::map<std::string, IconvHandle> decoders;
+    auto it = decoders.find(from);
+    if (it == decoders.end()) it = decoders.emplace(from, openDecoder(from)).first;
+    return it->second.get();
+}
+
 // Converts with iconv, replacing each byte it rejects (and a cut-short
 // sequence at the end) by U+FFFD and carrying on after it.
 std::string convert(iconv_t cd, std::string_view bytes, std::size_t skipOnError) {
+    iconv(cd, nullptr, nullptr, nullptr, nullptr);  // a kept decoder starts afresh
     std::string out;
     out.reserve(bytes.size() * 3 / 2 + 4);
     char buffer[4096];
@@ -67,20 +79,20 @@ std::string latin1(std::string_view bytes) {
 }  // namespace
 
 bool codePageSupported(int codePage) {
-    return codePage > 0 && openDecoder(iconvName(codePage)) != nullptr;
+    return codePage > 0 && cachedDecoder(iconvName(codePage)) != nullptr;
 }
 
 std::string decodeCodePage(std::string_view bytes, int codePage) {
-    IconvHandle cd = codePage > 0 ? openDecoder(iconvName(codePage)) : nullptr;
-    if (!cd) cd = openDecoder(iconvName(kFallbackCodePage));
+    void* cd = codePage > 0 ? cachedDecoder(iconvName(codePage)) : nullptr;
+    if (!cd) cd = cachedDecoder(iconvName(kFallbackCodePage));
     if (!cd) return latin1(bytes);
-    return convert(static_cast<iconv_t>(cd.get()), bytes, 1);
+    return convert(static_cast<iconv_t>(cd), bytes, 1);
 }
 
 std::string utf16leToUtf8(std::string_view bytes) {
-    IconvHandle cd = openDecoder("UTF-16LE");
+    void* cd = cachedDecoder("UTF-16LE");
     if (!cd) return std::string(kReplacement);
-    return convert(static_cast<iconv_t>(cd.get()), bytes, 2);
+    return convert(static_cast<iconv_t>(cd), bytes, 2);
 }
 
 bool hasReplacementCharacter(std::string_view utf8) {
