@@ -80,13 +80,7 @@ TEST_P(CorpusGrids, EveryGridAgreesWithTheFileAndTheOthers) {
     const auto& lists = w.state.lstData;
     const auto& grids = w.state.lvwGrid;
 
-    FillGridDatabase(ctx);
-    FillGridTables(ctx);
-    FillGridQueries(ctx);
-    FillGridIndexes(ctx);
-    FillGridFields(ctx);
-    FillGridRelations(ctx);
-    UpdateGridDatabase(ctx);
+    test::fillCatalogueGrids(ctx);
     AutoAdjustColumnWidths(ctx);
 
     // Tables: every local table not named MSys, hidden or not, with the

@@ -157,13 +157,7 @@ TEST(Fillers, TellTheWindowWhichGridChangedEvenWhenTheyFail) {
     controls.mdb = w.controls.mdb;
     WindowContext ctx{w.state, w.ui, controls, w.program, w.settings, w.ctx.programFolder};
     test::listEverything(w.state);
-    FillGridDatabase(ctx);
-    FillGridTables(ctx);
-    FillGridQueries(ctx);
-    FillGridIndexes(ctx);
-    FillGridFields(ctx);
-    FillGridRelations(ctx);
-    UpdateGridDatabase(ctx);
+    test::fillCatalogueGrids(ctx);
     w.state.lstData[0].AddItem("No Such");
     EXPECT_THROW(FillGridTables(ctx), RuntimeError);
     EXPECT_EQ(controls.changed, (std::vector<int>{kGridDatabase, kGridTables, kGridQueries, kGridIndexes, kGridFields,
