@@ -40,16 +40,27 @@ std::string text(const std::vector<jet::Value>& row, std::optional<std::size_t> 
     return name;
 }
 
+// What is left of one table's long-value allowance.
+struct LongValueBudget {
+    std::size_t limit;
+    std::size_t left;
+};
+
 // A long binary value's bytes; NULL as nullopt. A value that cannot be read
 // is handed on cut to nothing, so that the module it holds fails alone.
 std::optional<std::string> longBinary(const std::vector<jet::Value>& row, std::optional<std::size_t> column,
-                                      std::vector<std::string>& problems, const std::string& where) {
+                                      LongValueBudget& budget, std::vector<std::string>& problems,
+                                      const std::string& where) {
     if (!column || *column >= row.size() || row[*column].isNull()) return std::nullopt;
     const jet::Value& v = row[*column];
     try {
         jet::Binary bytes;
         if (auto p = v.get<jet::LongValue>()) {
-            bytes = p->bytes(kMaxStreamBytes);
+            if (budget.left == 0)
+                throw jet::Error(jet::ErrorKind::TooLarge,
+                                 "the table's long values exceed " + std::to_string(budget.limit) + " bytes");
+            bytes = p->bytes(std::min(kMaxStreamBytes, budget.left));
+            budget.left -= bytes.size();
         } else if (auto p = v.get<jet::Binary>()) {
             bytes = *p;
         } else {
@@ -64,11 +75,12 @@ std::optional<std::string> longBinary(const std::vector<jet::Value>& row, std::o
 
 // Runs f over every row of the named table; nullopt when it does not exist.
 template <typename Row, typename F>
-std::optional<std::vector<Row>> readTable(const jet::Database& db, const std::string& name,
+std::optional<std::vector<Row>> readTable(const jet::Database& db, const std::string& name, std::size_t longValueBytes,
                                           std::vector<std::string>& problems, F&& f) {
     if (!db.findTable(name)) return std::nullopt;
     const jet::TableDef table = db.tableDef(name);
     const Columns columns(table);
+    LongValueBudget budget{longValueBytes, longValueBytes};
     std::vector<Row> rows;
     jet::TableCursor cursor = db.cursor(table);
     for (;;) {
@@ -78,7 +90,7 @@ std::optional<std::vector<Row>> readTable(const jet::Database& db, const std::st
             problems.push_back(name + ": " + error.what());
             continue;
         }
-        rows.push_back(f(cursor.values(), columns));
+        rows.push_back(f(cursor.values(), columns, budget));
     }
     return rows;
 }
@@ -90,26 +102,30 @@ int JetSystemTables::jetVersion() const { return db_.header().format == jet::Fil
 int JetSystemTables::databaseCodePage() const { return db_.header().codePage; }
 
 std::optional<std::vector<Modules2Row>> JetSystemTables::modules2Rows() {
-    return readTable<Modules2Row>(db_, "MSysModules2", problems_, [&](const auto& row, const Columns& c) {
+    return readTable<Modules2Row>(db_, "MSysModules2", tableLongValueBytes_, problems_,
+                                  [&](const auto& row, const Columns& c, LongValueBudget& budget) {
         Modules2Row out{text(row, c("Name")), integer(row, c("Type")), integer(row, c("Version")), std::nullopt};
-        out.module = longBinary(row, c("Module"), problems_, "MSysModules2 " + out.name);
+        out.module = longBinary(row, c("Module"), budget, problems_, "MSysModules2 " + out.name);
         return out;
     });
 }
 
 std::optional<std::vector<AccessObjectsRow>> JetSystemTables::accessObjectsRows() {
-    return readTable<AccessObjectsRow>(db_, "MSysAccessObjects", problems_, [&](const auto& row, const Columns& c) {
+    return readTable<AccessObjectsRow>(db_, "MSysAccessObjects", tableLongValueBytes_, problems_,
+                                       [&](const auto& row, const Columns& c, LongValueBudget& budget) {
         AccessObjectsRow out{integer(row, c("ID")), {}};
-        out.data = longBinary(row, c("Data"), problems_, "MSysAccessObjects " + std::to_string(out.id)).value_or("");
+        const std::string where = "MSysAccessObjects " + std::to_string(out.id);
+        out.data = longBinary(row, c("Data"), budget, problems_, where).value_or("");
         return out;
     });
 }
 
 std::optional<std::vector<AccessStorageRow>> JetSystemTables::accessStorageRows() {
-    return readTable<AccessStorageRow>(db_, "MSysAccessStorage", problems_, [&](const auto& row, const Columns& c) {
+    return readTable<AccessStorageRow>(db_, "MSysAccessStorage", tableLongValueBytes_, problems_,
+                                       [&](const auto& row, const Columns& c, LongValueBudget& budget) {
         AccessStorageRow out{integer(row, c("Id")), integer(row, c("ParentId")), text(row, c("Name")),
                              integer(row, c("Type")), std::nullopt};
-        out.lv = longBinary(row, c("Lv"), problems_, "MSysAccessStorage " + out.name);
+        out.lv = longBinary(row, c("Lv"), budget, problems_, "MSysAccessStorage " + out.name);
         return out;
     });
 }

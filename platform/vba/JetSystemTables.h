@@ -2,6 +2,7 @@
 // The system-table rows of an open Jet database, for the VBA project reader.
 #include "platform/jet/Database.h"
 #include "platform/vba/SystemTableRows.h"
+#include "platform/vba/VbaError.h"
 #include "platform/vba/VbaProject.h"
 
 #include <filesystem>
@@ -15,7 +16,11 @@ namespace ql::vba {
 // read becomes a stream that fails later for its module only.
 class JetSystemTables final : public SystemTableSource {
 public:
-    explicit JetSystemTables(const jet::Database& database) : db_(database) {}
+    // tableLongValueBytes bounds the long values read from any one table;
+    // values past it fail like unreadable ones.
+    explicit JetSystemTables(const jet::Database& database,
+                             std::size_t tableLongValueBytes = kMaxTableLongValueBytes)
+        : db_(database), tableLongValueBytes_(tableLongValueBytes) {}
 
     int jetVersion() const override;
     int databaseCodePage() const override;
@@ -28,6 +33,7 @@ public:
 
 private:
     const jet::Database& db_;
+    std::size_t tableLongValueBytes_;
     std::vector<std::string> problems_;
 };
 

@@ -29,4 +29,9 @@ private:
 // into an unbounded allocation.
 inline constexpr std::size_t kMaxStreamBytes = 64u * 1024u * 1024u;
 
+// Largest sum of long values read from one system table. Every row may stay
+// under the stream cap while a damaged table points many rows at the same
+// long chain; this bounds what the whole table can cost.
+inline constexpr std::size_t kMaxTableLongValueBytes = 256u * 1024u * 1024u;
+
 }  // namespace ql::vba

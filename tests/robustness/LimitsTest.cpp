@@ -11,6 +11,7 @@
 #include "platform/dao/Dao.h"
 #include "platform/jet/Database.h"
 #include "platform/vba/CompoundFile.h"
+#include "platform/vba/JetSystemTables.h"
 #include "tests/platform/vba/TestImages.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
@@ -100,6 +101,26 @@ TEST(Caps, CompoundFileStreamIsReadUpToItsCapAndRefusedBeyond) {
 
 // A copy that ends halfway: every table gives all its rows, or its cursor
 // or count fails with Truncated; none comes back shorter without a word.
+// A damaged table can point every row at one long chain, each under the
+// stream cap; the table's own allowance ends that.
+TEST(Caps, SystemTableLongValuesShareOneAllowance) {
+    const jet::Database db = jet::Database::open(test::corpusFile("j4_database41.mdb"));
+    auto total = [](const std::vector<vba::AccessStorageRow>& rows) {
+        std::size_t sum = 0;
+        for (const auto& row : rows) sum += row.lv ? row.lv->size() : 0;
+        return sum;
+    };
+    vba::JetSystemTables whole(db);
+    const std::size_t all = total(*whole.accessStorageRows());
+    ASSERT_GT(all, 0u);
+    EXPECT_TRUE(whole.problems().empty());
+
+    vba::JetSystemTables capped(db, all - 1);
+    EXPECT_LE(total(*capped.accessStorageRows()), all - 1);
+    ASSERT_FALSE(capped.problems().empty());
+    EXPECT_NE(capped.problems().front().find("exceed"), std::string::npos) << capped.problems().front();
+}
+
 TEST(CutShort, ATableReadsWholeOrSaysItWasCut) {
     const std::vector<std::uint8_t> file = load("j4_northwind2000.mdb");
     const jet::Database whole = jet::Database::openBuffer(file);
