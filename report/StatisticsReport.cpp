@@ -11,33 +11,13 @@ namespace {
 const char* const BannerRule = "'=======================================================================";
 
 // Widths count characters as the runtime does (UTF-16 units), not bytes.
-int textLength(const std::string& text) {
-    int units = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        if ((c & 0xC0) == 0x80) continue;
-        units += c >= 0xF0 ? 2 : 1;  // outside the 16-bit plane: a surrogate pair
-    }
-    return units;
-}
-
-// The last `count` characters of `text` (UTF-16 units, whole code points).
-std::string rightChars(const std::string& text, int count) {
-    int excess = textLength(text) - count;
-    size_t start = 0;
-    while (excess > 0 && start < text.size()) {
-        const unsigned char c = static_cast<unsigned char>(text[start]);
-        const size_t width = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 1;
-        excess -= c >= 0xF0 ? 2 : 1;
-        start += width;
-    }
-    return text.substr(start);
-}
+using dao::vb::Len;
+using dao::vb::Right;
 
 // Moves the print position to column `start` (1-based), as Tab(n) does on a
 // line that has not yet reached it.
 void padTo(std::string& line, int start) {
-    const int length = textLength(line);
+    const int length = Len(line);
     if (length < start - 1) line.append(static_cast<size_t>(start - 1 - length), ' ');
 }
 
@@ -46,12 +26,12 @@ void padTo(std::string& line, int start) {
 std::vector<int> columnWidths(const grids::Grid& grid) {
     std::vector<int> widths;
     for (int c = 1; c <= grid.columnCount(); ++c) {
-        int width = textLength(grid.columns()[static_cast<size_t>(c - 1)].text) + 1;
+        int width = Len(grid.columns()[static_cast<size_t>(c - 1)].text) + 1;
         for (const grids::GridRow& row : grid.rows()) {
             if (c == 1) {
-                width = std::max(width, textLength(row.text));
+                width = std::max(width, Len(row.text));
             } else {
-                const int length = textLength(row.subItem(c - 1));
+                const int length = Len(row.subItem(c - 1));
                 if (length > width) width = length + 1;
             }
         }
@@ -90,7 +70,7 @@ void appendGrid(const grids::Grid& grid, std::vector<std::string>& lines) {
             const std::string& cell = row.subItem(static_cast<int>(c));
             if (dao::vb::IsNumeric(cell)) {
                 // Right-aligned in (width - 1) places; a wider number loses its left digits.
-                line += rightChars(std::string(static_cast<size_t>(widths[c]), ' ') + cell, widths[c] - 1);
+                line += Right(std::string(static_cast<size_t>(widths[c]), ' ') + cell, widths[c] - 1);
             } else {
                 line += cell;
             }

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <array>
+#include <chrono>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include <optional>
 
 #include "platform/RuntimeError.h"
+#include "platform/jet/Value.h"
 
 namespace ql::dao::vb {
 
@@ -54,41 +56,24 @@ struct DateParts {
     bool hasTime = false;  // the time of day is not midnight
 };
 
-// Days since 1970-01-01 to a civil date (proleptic Gregorian).
-void civilFromDays(long long z, int& year, int& month, int& day) {
-    z += 719468;
-    const long long era = (z >= 0 ? z : z - 146096) / 146097;
-    const long long doe = z - era * 146097;
-    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const long long mp = (5 * doy + 2) / 153;
-    day = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    month = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    year = static_cast<int>(yoe + era * 400 + (month <= 2 ? 1 : 0));
-}
-
-bool isLeap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
-
+// The calendar parts come from the Jet reader's own date decoding, so that
+// a date reads the same in the grids as in the reader's tests.
 DateParts dateParts(double days) {
+    using namespace std::chrono;
     DateParts parts;
     if (!std::isfinite(days)) return parts;
-    double whole = std::trunc(days);
-    long long seconds = std::llround(std::fabs(days - whole) * SecondsPerDay);
-    if (seconds >= static_cast<long long>(SecondsPerDay)) {  // rounded up to the next midnight
-        seconds = 0;
-        whole += 1;
-    }
-    const long long day = static_cast<long long>(whole);
-    civilFromDays(day + DateZeroFromUnixEpoch, parts.year, parts.month, parts.day);
-    parts.hour = static_cast<int>(seconds / 3600);
-    parts.minute = static_cast<int>(seconds / 60 % 60);
-    parts.second = static_cast<int>(seconds % 60);
-    // 1899-12-30 was a Saturday.
-    parts.weekday = static_cast<int>(((day + 6) % 7 + 7) % 7);
-    static constexpr std::array<int, 12> before = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
-    parts.dayOfYear = before[static_cast<size_t>(parts.month - 1)] + parts.day + (parts.month > 2 && isLeap(parts.year));
-    parts.hasDate = day != 0;
-    parts.hasTime = seconds != 0;
+    const jet::DateTime::Parts p = jet::DateTime{days}.parts();
+    parts.year = p.year;
+    parts.month = p.month;
+    parts.day = p.day;
+    parts.hour = p.hour;
+    parts.minute = p.minute;
+    parts.second = p.second;
+    const sys_days date{year{p.year} / p.month / p.day};
+    parts.weekday = static_cast<int>(weekday{date}.c_encoding());
+    parts.dayOfYear = static_cast<int>((date - sys_days{year{p.year} / January / 1}).count()) + 1;
+    parts.hasDate = date != sys_days{year{1899} / December / 30};
+    parts.hasTime = p.hour != 0 || p.minute != 0 || p.second != 0;
     return parts;
 }
 
@@ -655,6 +640,17 @@ std::string fixedWidth(const std::string& text, int width) {
     if (width <= 0) return {};
     QString units = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
     units = units.leftJustified(width, QChar(' '), true);
+    return units.toStdString();
+}
+
+int Len(const std::string& text) {
+    return static_cast<int>(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).size());
+}
+
+std::string Right(const std::string& text, int count) {
+    if (count <= 0) return {};
+    QString units = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())).right(count);
+    if (!units.isEmpty() && units.front().isLowSurrogate()) units.remove(0, 1);
     return units.toStdString();
 }
 

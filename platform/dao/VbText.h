@@ -57,4 +57,9 @@ std::string Format(const Variant& value, const std::string& pattern = "");
 // characters (UTF-16 units, as VB counts them).
 std::string fixedWidth(const std::string& text, int width);
 
+// VB's Len and Right: lengths in UTF-16 units. Right never splits a
+// surrogate pair: it gives one unit less instead.
+int Len(const std::string& text);
+std::string Right(const std::string& text, int count);
+
 }  // namespace ql::dao::vb

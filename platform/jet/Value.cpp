@@ -1,5 +1,6 @@
 #include "platform/jet/Value.h"
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <unordered_set>
@@ -56,19 +57,6 @@ std::string withPoint(std::string digits, unsigned scale, bool negative, bool tr
     return digits;
 }
 
-// Days since 1970-01-01 to a civil date (proleptic Gregorian).
-void civilFromDays(long long z, int& y, int& m, int& d) {
-    z += 719468;
-    const long long era = (z >= 0 ? z : z - 146096) / 146097;
-    const long long doe = z - era * 146097;
-    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const long long mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(yoe + era * 400 + (m <= 2));
-}
-
 constexpr long long kUnixDaysOf18991230 = -25569;
 constexpr std::size_t kChainReserve = 64u * 1024;
 }  // namespace
@@ -92,7 +80,11 @@ DateTime::Parts DateTime::parts() const {
         ++date;
     }
     Parts p{};
-    civilFromDays(date + kUnixDaysOf18991230, p.year, p.month, p.day);
+    // The clamp above keeps the date well inside the calendar's years.
+    const std::chrono::year_month_day civil{std::chrono::sys_days{std::chrono::days{date + kUnixDaysOf18991230}}};
+    p.year = static_cast<int>(civil.year());
+    p.month = static_cast<int>(static_cast<unsigned>(civil.month()));
+    p.day = static_cast<int>(static_cast<unsigned>(civil.day()));
     p.hour = static_cast<int>(seconds / 3600);
     p.minute = static_cast<int>(seconds / 60 % 60);
     p.second = static_cast<int>(seconds % 60);
