@@ -22,6 +22,10 @@ TEST(DirStream, ReadsCodePageAndModulesPastTheOddVersionRecord) {
     EXPECT_EQ(info.modules[0].kind, ModuleKind::Procedural);
     EXPECT_EQ(info.modules[1].name, "Class Module");
     EXPECT_EQ(info.modules[1].kind, ModuleKind::Document);
+
+    const DirInfo empty = parseDirStream(test::dirStream(0, {}));
+    EXPECT_EQ(empty.codePage, 0);
+    EXPECT_TRUE(empty.modules.empty());
 }
 
 TEST(DirStream, NamesComeFromTheUnicodeRecordElseTheCodePage) {
@@ -34,12 +38,6 @@ TEST(DirStream, NamesComeFromTheUnicodeRecordElseTheCodePage) {
     ASSERT_EQ(info.modules.size(), 2u);
     EXPECT_EQ(info.modules[0].name, "Modul");
     EXPECT_EQ(info.modules[1].name, "\xD0\x9C\xD0\xBE\xD0\xB4\xD1\x83\xD0\xBB\xD1\x8C");
-}
-
-TEST(DirStream, EmptyProjectHasNoModules) {
-    const DirInfo info = parseDirStream(test::dirStream(0, {}));
-    EXPECT_EQ(info.codePage, 0);
-    EXPECT_TRUE(info.modules.empty());
 }
 
 TEST(DirStream, DamagedStreamsAreCorrupt) {

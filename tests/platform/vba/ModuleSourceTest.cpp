@@ -29,21 +29,14 @@ TEST(ModuleSource, HiddenAttributeLinesAreNotNumbered) {
     EXPECT_EQ(source.countOfLines(), 7);
 }
 
-TEST(ModuleSource, BlankLinesCountTrailingOnesToo) {
+TEST(ModuleSource, BlankLinesLoneLineEndsAndHeaderOnlyModules) {
     const ModuleSource source("Attribute VB_Name = \"M\"\r\nOption Explicit\r\n\r\nSub S()\r\nEnd Sub\r\n\r\n\r\n", 1252);
-    EXPECT_EQ(source.countOfLines(), 6);
+    EXPECT_EQ(source.countOfLines(), 6);  // trailing blank lines count too
     EXPECT_EQ(source.lines(6, 1), "");
     EXPECT_EQ(source.lines(2, 1), "");
-}
-
-TEST(ModuleSource, HeaderOnlyModuleHasNoLines) {
+    EXPECT_EQ(ModuleSource("a\rb\nc\r\n\r\nd", 1252).visibleLines(), (Lines{"a", "b", "c", "", "d"}));
     EXPECT_EQ(ModuleSource("Attribute VB_Name = \"Empty\"\r\n", 1252).countOfLines(), 0);
     EXPECT_EQ(ModuleSource("", 1252).countOfLines(), 0);
-}
-
-TEST(ModuleSource, LoneLineEndsAndAMissingFinalOneStillSplit) {
-    const ModuleSource source("a\rb\nc\r\n\r\nd", 1252);
-    EXPECT_EQ(source.visibleLines(), (Lines{"a", "b", "c", "", "d"}));
 }
 
 TEST(ModuleSource, LinesJoinsARangeWithCrLf) {
@@ -56,7 +49,7 @@ TEST(ModuleSource, LinesJoinsARangeWithCrLf) {
     EXPECT_THROW(source.lines(1, 0), std::out_of_range);
 }
 
-TEST(ModuleSource, TextIsDecodedWithTheProjectCodePage) {
+TEST(ModuleSource, TextIsDecodedWithTheProjectCodePageAndBadBytesMarked) {
     // "' Привет" in windows-1251 and "' 你好" in cp936 (GBK).
     const ModuleSource russian("' \xCF\xF0\xE8\xE2\xE5\xF2\r\n", 1251);
     EXPECT_EQ(russian.lines(1, 1), "' \xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82");
@@ -65,9 +58,7 @@ TEST(ModuleSource, TextIsDecodedWithTheProjectCodePage) {
     EXPECT_FALSE(chinese.hasUndecodableBytes());
     // A non-breaking space in a windows-1252 comment.
     EXPECT_EQ(ModuleSource("'a\xA0z\r\n", 0).lines(1, 1), "'a\xC2\xA0z");
-}
 
-TEST(ModuleSource, UndecodableBytesBecomeReplacementCharacters) {
     // 0x81 is unassigned in windows-1252; a cut double-byte character at the end in cp936.
     const ModuleSource western("'x\x81y\r\n", 1252);
     EXPECT_EQ(western.lines(1, 1), "'x\xEF\xBF\xBDy");
