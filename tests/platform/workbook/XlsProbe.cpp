@@ -5,55 +5,21 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
 #include <stdexcept>
 
-#include "tests/support/Corpus.h"
+#include "tests/support/MdbTools.h"
 
 namespace ql::workbook::test {
 
-namespace {
-
-// Debian's interpreter carries python3-xlrd; another python3 first on PATH
-// (a per-user one) may not.
-std::string pythonCommand() {
-    return std::filesystem::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3";
-}
-
-std::string quoted(const std::string& text) {
-    std::string out = "'";
-    for (char c : text) {
-        if (c == '\'') out += "'\\''";
-        else out += c;
-    }
-    return out + "'";
-}
-
-}  // namespace
-
 ProbedWorkbook probeXls(const std::filesystem::path& file) {
+    // Debian's interpreter carries python3-xlrd; another python3 first on
+    // PATH (a per-user one) may not.
+    const std::string python = std::filesystem::exists("/usr/bin/python3") ? "/usr/bin/python3" : "python3";
     const std::filesystem::path script =
         std::filesystem::path(QL_TEST_SOURCE_DIR) / "tests/platform/workbook/xls_probe.py";
-    const std::filesystem::path errors = file.string() + ".probe-errors";
-    const std::string command = pythonCommand() + " " + quoted(script.string()) + " " +
-                                quoted(file.string()) + " 2>" + quoted(errors.string());
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe) throw std::runtime_error("cannot run " + command);
-    std::string output;
-    char buffer[65536];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) output.append(buffer, n);
-    const int status = ::pclose(pipe);
-    if (status != 0) {
-        std::string complaint;
-        try {
-            complaint = ql::test::readFile(errors);
-        } catch (...) {
-        }
-        std::filesystem::remove(errors);
-        throw std::runtime_error("xlrd could not read " + file.string() + ":\n" + complaint);
-    }
-    std::filesystem::remove(errors);
+    const ql::test::ProgramResult result = ql::test::runProgram({python, script.string(), file.string()});
+    if (result.exitCode != 0) throw std::runtime_error("xlrd could not read " + file.string() + ":\n" + result.out);
+    const std::string& output = result.out;
 
     QJsonParseError parseError;
     const QJsonDocument doc =
