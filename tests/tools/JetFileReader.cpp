@@ -61,20 +61,6 @@ std::vector<std::uint8_t> JetFileReader::row(std::uint32_t pointer) const
     return {p + start, p + end};
 }
 
-std::vector<std::uint8_t> JetFileReader::tdef(std::uint32_t n) const
-{
-    std::vector<std::uint8_t> s(page(n), page(n) + 4096);
-    if (s[0] != 0x02) throw std::runtime_error("not a table definition page");
-    for (std::uint32_t next = le32(s.data() + 4), hops = 0; next; ++hops) {
-        if (hops > pageCount()) throw std::runtime_error("definition pages loop");
-        const std::uint8_t* q = page(next);
-        s.insert(s.end(), q + 8, q + 4096);
-        next = le32(q + 4);
-    }
-    s.resize(le32(s.data() + 8));
-    return s;
-}
-
 std::vector<std::uint32_t> JetFileReader::usageMapPages(const std::vector<std::uint8_t>& map) const
 {
     std::vector<std::uint32_t> out;
@@ -96,33 +82,6 @@ std::vector<std::uint32_t> JetFileReader::usageMapPages(const std::vector<std::u
         throw std::runtime_error("unknown usage map type");
     }
     return out;
-}
-
-std::vector<std::vector<std::uint8_t>> JetFileReader::tableRows(std::uint32_t tdefPage) const
-{
-    const auto def = tdef(tdefPage);
-    std::vector<std::vector<std::uint8_t>> rows;
-    for (std::uint32_t p : usageMapPages(row(le32(&def[0x37])))) {
-        const std::uint8_t* b = page(p);
-        if (b[0] != 0x01 || le32(b + 4) != tdefPage) throw std::runtime_error("owned map lists a foreign page");
-        for (unsigned r = 0; r < le16(b + 12); ++r)
-            if (!(le16(b + 14 + 2 * r) & 0xC000)) rows.push_back(row(p << 8 | r));
-    }
-    return rows;
-}
-
-std::vector<std::uint8_t> JetFileReader::variableField(const std::vector<std::uint8_t>& row, std::size_t columns,
-                                                       std::size_t varIndex)
-{
-    const std::size_t n = row.size();
-    const std::size_t mask = (columns + 7) / 8;
-    if (n < mask + 2) throw std::runtime_error("row too short");
-    const std::size_t nvar = le16(&row[n - mask - 2]);
-    if (varIndex >= nvar) return {};
-    const std::size_t start = le16(&row[n - mask - 4 - 2 * varIndex]);
-    const std::size_t end = le16(&row[n - mask - 6 - 2 * varIndex]);
-    if (start > end || end > n) throw std::runtime_error("variable offsets out of order");
-    return {row.begin() + static_cast<std::ptrdiff_t>(start), row.begin() + static_cast<std::ptrdiff_t>(end)};
 }
 
 std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t root, std::size_t keySize) const

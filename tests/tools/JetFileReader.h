@@ -1,5 +1,5 @@
-// A few page-level reads of a written file, for checks mdbtools cannot make (it never reads
-// index pages, and it hides how usage maps and long values are laid out).
+// A few page-level reads of a written file, for checks neither mdbtools nor the project's reader
+// make: index leaf pages, and the pages a usage map lists.
 #pragma once
 
 #include <cstdint>
@@ -20,16 +20,8 @@ public:
     std::vector<std::uint8_t> header() const;
     // The bytes of a row (page << 8 | row), honouring the row-offset table.
     std::vector<std::uint8_t> row(std::uint32_t pointer) const;
-    // A table definition with its continuation pages joined.
-    std::vector<std::uint8_t> tdef(std::uint32_t page) const;
     // Pages a usage-map row marks (inline or reference form).
     std::vector<std::uint32_t> usageMapPages(const std::vector<std::uint8_t>& map) const;
-
-    // Every row of the table defined at `tdefPage`, in page order, through its owned map.
-    std::vector<std::vector<std::uint8_t>> tableRows(std::uint32_t tdefPage) const;
-    // A variable-length field of a Jet 4 row, or nothing when the row has fewer fields.
-    static std::vector<std::uint8_t> variableField(const std::vector<std::uint8_t>& row, std::size_t columns,
-                                                   std::size_t varIndex);
 
     struct IndexEntry {
         std::vector<std::uint8_t> key;

@@ -1,7 +1,8 @@
 // Indexes whose keys arrive out of order: the keys, the external sort, and the pages of a
 // generated table checked against the rows they point at.
+#include "platform/jet/Database.h"
 #include "tests/tools/JetFileReader.h"
-#include "tests/tools/TestFiles.h"
+#include "tests/support/TempFolder.h"
 #include "tools/jetwriter/Generator.h"
 #include "tools/jetwriter/IndexSorter.h"
 
@@ -67,8 +68,8 @@ TEST(IndexKeys, NumbersOrderBytewiseNullsFirstAndDescendingReverses)
 // Many duplicates and nulls, so that ties must fall back to the row pointer.
 TEST(IndexSorter, SpilledRunsGiveTheOrderOfOneSort)
 {
-    TempDir dir;
-    const std::string path = dir.file("sorted.mdb");
+    ql::test::TempFolder dir;
+    const std::string path = (dir / "sorted.mdb").string();
     std::vector<std::pair<Bytes, std::uint32_t>> want;
     std::mt19937 random(5);
     const std::size_t width = indexKeyWidth(ColumnType::Long) + indexKeyWidth(ColumnType::Double);
@@ -111,56 +112,33 @@ TEST(IndexSorter, SpilledRunsGiveTheOrderOfOneSort)
     }
 }
 
-std::vector<std::uint32_t> distinctKeysInTdef(const std::vector<std::uint8_t>& s)
-{
-    std::vector<std::uint32_t> out;
-    const std::uint32_t reals = le32(&s[0x33]);
-    for (std::uint32_t i = 0; i < reals; ++i) out.push_back(le32(&s[0x3F + 12 * i + 4]));
-    return out;
-}
-
-std::vector<std::uint32_t> indexRoots(const std::vector<std::uint8_t>& s)
-{
-    const std::uint16_t columns = le16(&s[0x2D]);
-    const std::uint32_t reals = le32(&s[0x33]);
-    std::size_t at = 0x3F + 12 * reals + 25 * columns;
-    for (int i = 0; i < columns; ++i) at += 2 + le16(&s[at]);
-    std::vector<std::uint32_t> roots;
-    for (std::uint32_t i = 0; i < reals; ++i, at += 52) roots.push_back(le32(&s[at + 38]));
-    return roots;
-}
-
 // Enough rows that the date index spills sorted runs to disk before its pages are written.
 TEST(GeneratedIndexes, EveryOrdersIndexListsEveryRowOnceInKeyOrder)
 {
-    TempDir dir;
+    ql::test::TempFolder dir;
     GeneratorOptions o;
-    o.out = dir.file("orders.mdb");
+    o.out = (dir / "orders.mdb").string();
     o.rows = 90000;
     o.tables = 2;
     o.seed = 3;
     const GeneratorReport rep = generate(o);
     const JetFileReader r(o.out);
-
-    // Orders is the second user table; find its definition through a data page's owner.
-    std::uint32_t tdef = 0;
-    for (std::uint32_t p = 1; p < r.pageCount() && !tdef; ++p) {
-        if (r.page(p)[0] != 0x02) continue;
-        const auto s = r.tdef(p);
-        if (le32(&s[0x10]) == rep.orderRows && le16(&s[0x2D]) == 16) tdef = p;
-    }
-    ASSERT_NE(0u, tdef);
-    const auto s = r.tdef(tdef);
+    // The project's own reader finds each index's root page and distinct-key count.
+    const ql::jet::Database jet = ql::jet::Database::open(o.out);
+    const ql::jet::TableDef stored = jet.tableDef("Orders");
     const TableDef def = ordersTable();
-    ASSERT_EQ(def.indexes.size(), indexRoots(s).size());
-    const auto distinct = distinctKeysInTdef(s);
+    ASSERT_EQ(def.indexes.size(), stored.indexes.size());
 
     for (std::size_t ix = 0; ix < def.indexes.size(); ++ix) {
         SCOPED_TRACE(def.indexes[ix].name);
         const IndexColumn& ic = def.indexes[ix].columns.at(0);
         const auto column = std::find_if(def.columns.begin(), def.columns.end(),
                                          [&](const ColumnDef& c) { return c.name == ic.column; }) - def.columns.begin();
-        const auto entries = r.indexEntries(indexRoots(s)[ix], 0);
+        const auto logical = std::find_if(stored.indexes.begin(), stored.indexes.end(),
+                                          [&](const ql::jet::LogicalIndex& li) { return li.name == def.indexes[ix].name; });
+        ASSERT_NE(logical, stored.indexes.end());
+        const ql::jet::RealIndex& real = stored.realIndexes.at(logical->realIndex);
+        const auto entries = r.indexEntries(real.rootPage, 0);
         ASSERT_EQ(rep.orderRows, entries.size());
         std::set<std::uint32_t> pointers;
         std::set<Bytes> keys;
@@ -181,7 +159,7 @@ TEST(GeneratedIndexes, EveryOrdersIndexListsEveryRowOnceInKeyOrder)
             keys.insert(key);
         }
         EXPECT_EQ(rep.orderRows, pointers.size()) << "a row listed twice";
-        EXPECT_EQ(keys.size(), distinct[ix]);
+        EXPECT_EQ(keys.size(), real.distinctKeys);
     }
 }
 

@@ -1,7 +1,7 @@
 // What mdbtools, an independent Jet reader, reads back from files the writer made.
-#include "tests/tools/JetFileReader.h"
-#include "tests/tools/MdbTools.h"
-#include "tests/tools/TestFiles.h"
+#include "platform/jet/Database.h"
+#include "tests/support/MdbTools.h"
+#include "tests/support/TempFolder.h"
 #include "tools/jetwriter/Database.h"
 #include "tools/jetwriter/Generator.h"
 
@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <map>
 
 namespace ql::jetwriter::test {
@@ -55,33 +56,30 @@ std::string fixed4(std::int64_t scaled)
     return b;
 }
 
+// mdb-export's default date form, "%m/%d/%y %H:%M:%S".
 std::string dateText(double days)
 {
-    const auto secs = static_cast<long long>(std::llround(days * 86400.0));
-    // Civil date from days since 1970-01-01 (Howard Hinnant's algorithm).
-    long long z = static_cast<long long>(std::floor(days)) - 25569 + 719468;
-    const long long era = (z >= 0 ? z : z - 146096) / 146097;
-    const long long doe = z - era * 146097;
-    const long long yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const long long doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const long long mp = (5 * doy + 2) / 153;
-    const long long day = doy - (153 * mp + 2) / 5 + 1;
-    const long long month = mp < 10 ? mp + 3 : mp - 9;
-    const long long year = yoe + era * 400 + (month <= 2);
-    const long long tod = secs - static_cast<long long>(std::floor(days)) * 86400;
-    char b[160];
-    std::snprintf(b, sizeof b, "%02lld/%02lld/%02lld %02lld:%02lld:%02lld", month, day, year % 100, tod / 3600,
-                  tod / 60 % 60, tod % 60);
+    const std::time_t seconds = static_cast<std::time_t>(std::llround((days - 25569) * 86400.0));
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char b[32];
+    std::strftime(b, sizeof b, "%m/%d/%y %H:%M:%S", &utc);
     return b;
+}
+
+// mdb-export's rows without the header, NULL shown as "<null>" and binary as hex.
+ql::test::ExportedRows exportTable(const std::string& file, const std::string& table)
+{
+    return ql::test::mdbExport(file, table, {"-H", "-0", "<null>", "-b", "hex"});
 }
 
 class JetWriterMdbtools : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        if (!mdbtoolsInstalled()) GTEST_SKIP() << "mdbtools is not installed";
+        if (!ql::test::mdbtoolsInstalled()) GTEST_SKIP() << "mdbtools is not installed";
     }
-    TempDir dir;
+    ql::test::TempFolder dir;
 };
 
 // One table with a column of every type, and rows that reach each storage form.
@@ -105,12 +103,10 @@ TEST_F(JetWriterMdbtools, EveryColumnTypeAndLongValueFormReadsBack)
     const std::string single = repeatText("single page value ", 150);      // one LVAL row
     const std::string chain = repeatText("\xCE\xA9mega chain ", 3000);     // UCS-2, several pages
     const std::string blob = repeatText("OLEdata!", 2000);                 // 16000 bytes, a chain
-    const std::string path = dir.file("types.mdb");
-    std::uint32_t tdefPage = 0;
+    const std::string path = (dir / "types.mdb").string();
     {
         Database db(path, {});
         TableWriter& w = db.createTable(t);
-        tdefPage = w.tdefPage();
         w.addRow({Value::null(), Value::of(1), Value::of(255), Value::of(-32768), Value::of(-123456789),
                   Value::ofReal(1.5), Value::ofReal(-2.25), Value::ofReal(36526.75), Value::ofText("AB\x01" "C"),
                   Value::ofText("Caf\xC3\xA9"), Value::ofText("plain"), Value::ofText("short memo"),
@@ -127,9 +123,9 @@ TEST_F(JetWriterMdbtools, EveryColumnTypeAndLongValueFormReadsBack)
                   Value::null(), Value::null(), Value::null()});
         db.close();
     }
-    EXPECT_EQ("JET4\n", run({"mdb-ver", path}).out);
-    EXPECT_EQ("4\n", run({"mdb-count", path, "AllTypes"}).out);
-    const std::string schema = run({"mdb-schema", "-T", "AllTypes", path}).out;
+    EXPECT_EQ("JET4\n", ql::test::runProgram({"mdb-ver", path}).out);
+    EXPECT_EQ("4\n", ql::test::runProgram({"mdb-count", path, "AllTypes"}).out);
+    const std::string schema = ql::test::runProgram({"mdb-schema", "-T", "AllTypes", path}).out;
     for (const char* decl : {"[ID]\t\t\tLong Integer", "[Flag]\t\t\tBoolean", "[Small]\t\t\tByte", "[Int]\t\t\tInteger",
                              "[Money]\t\t\tCurrency", "[Sgl]\t\t\tSingle", "[Dbl]\t\t\tDouble", "[When]\t\t\tDateTime",
                              "[Bin]\t\t\tBinary", "[Txt]\t\t\tText (40)", "[WideText]\t\t\tText (40)",
@@ -160,17 +156,14 @@ TEST_F(JetWriterMdbtools, EveryColumnTypeAndLongValueFormReadsBack)
     EXPECT_EQ(chain, rows[3][11]);
     EXPECT_EQ("12/30/99 06:00:00", rows[3][7]);
 
-    // Row 2 (on the table's first data page): Txt (column 9) is present though empty, Uid (13)
-    // is NULL, and the Boolean Flag (1) is false.
-    const JetFileReader r(path);
-    const auto s = r.tdef(tdefPage);
-    const auto dataPages = r.usageMapPages(r.row(le32(&s[0x37])));
-    ASSERT_FALSE(dataPages.empty());
-    const auto row = r.row(dataPages.front() << 8 | 2);
-    const std::size_t maskAt = row.size() - 2;
-    EXPECT_TRUE(row[maskAt + 9 / 8] >> (9 % 8) & 1);
-    EXPECT_FALSE(row[maskAt + 13 / 8] >> (13 % 8) & 1);
-    EXPECT_FALSE(row[maskAt] >> 1 & 1);
+    // Row 2: Txt (column 9) is present though empty, Uid (13) is NULL, and the Boolean Flag (1) is
+    // false, as the project's own reader sees them.
+    const ql::jet::Database jet = ql::jet::Database::open(path);
+    ql::jet::TableCursor c = jet.cursor(jet.tableDef("AllTypes"));
+    ASSERT_TRUE(c.next() && c.next() && c.next());
+    EXPECT_EQ("", c[9].as<std::string>());
+    EXPECT_TRUE(c[13].isNull());
+    EXPECT_FALSE(c[1].as<bool>());
 }
 
 class GeneratedFile : public JetWriterMdbtools {
@@ -178,7 +171,7 @@ protected:
     GeneratorReport make(std::uint32_t inlineMapBytes)
     {
         GeneratorOptions o;
-        o.out = path = dir.file("gen.mdb");
+        o.out = path = (dir / "gen.mdb").string();
         o.seed = 7;
         o.rows = 1500;
         o.tables = 6;
@@ -208,7 +201,7 @@ protected:
             EXPECT_EQ(dateText(want[9].real), got[9]);
             EXPECT_EQ(integer(want[10]), got[10]);
             EXPECT_EQ(want[11].isNull() ? "<null>" : fixed4(want[11].integer), got[11]);
-            EXPECT_EQ(want[13].text, hexDecode(got[13]));
+            EXPECT_EQ(hex(want[13].text), got[13]);
             EXPECT_EQ(text(want[14]), got[14]) << "Notes of row " << i;
             EXPECT_EQ(want[15].isNull() ? "<null>" : hex(want[15].text), got[15]);
             if (HasFailure()) FAIL() << "first difference at Orders row " << i;
@@ -220,14 +213,14 @@ protected:
 TEST_F(GeneratedFile, TablesCountsAndValuesMatchTheGenerator)
 {
     const GeneratorReport rep = make(64);
-    EXPECT_THAT(splitWords(run({"mdb-tables", "-1", path}).out),
+    EXPECT_THAT(ql::test::words(ql::test::runProgram({"mdb-tables", "-1", path}).out),
                 ElementsAre("Customers", "Orders", "T0002", "T0003", "T0004", "T0005", "Wide"));
-    EXPECT_THAT(splitWords(run({"mdb-tables", "-1", "-S", path}).out),
+    EXPECT_THAT(ql::test::words(ql::test::runProgram({"mdb-tables", "-1", "-S", path}).out),
                 ::testing::IsSupersetOf({"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships",
                                                 "MSysAccessObjects", "MSysIMEXSpecs", "MSysIMEXColumns"}));
-    EXPECT_EQ(std::to_string(rep.orderRows) + "\n", run({"mdb-count", path, "Orders"}).out);
-    EXPECT_EQ(std::to_string(rep.customerRows) + "\n", run({"mdb-count", path, "Customers"}).out);
-    EXPECT_EQ("0\n", run({"mdb-count", path, "MSysAccessObjects"}).out) << "a table with no data pages";
+    EXPECT_EQ(std::to_string(rep.orderRows) + "\n", ql::test::runProgram({"mdb-count", path, "Orders"}).out);
+    EXPECT_EQ(std::to_string(rep.customerRows) + "\n", ql::test::runProgram({"mdb-count", path, "Customers"}).out);
+    EXPECT_EQ("0\n", ql::test::runProgram({"mdb-count", path, "MSysAccessObjects"}).out) << "a table with no data pages";
     EXPECT_TRUE(exportTable(path, "MSysIMEXSpecs").empty());
     expectOrdersEqualTheGenerator(rep);
 
@@ -246,29 +239,29 @@ TEST_F(GeneratedFile, TablesCountsAndValuesMatchTheGenerator)
 TEST_F(GeneratedFile, ReferenceUsageMapsReadTheSameRows)
 {
     const GeneratorReport rep = make(1); // every table spanning more than 8 pages gets a reference map
-    EXPECT_EQ(std::to_string(rep.orderRows) + "\n", run({"mdb-count", path, "Orders"}).out);
+    EXPECT_EQ(std::to_string(rep.orderRows) + "\n", ql::test::runProgram({"mdb-count", path, "Orders"}).out);
     expectOrdersEqualTheGenerator(rep);
 }
 
 TEST_F(GeneratedFile, QueriesRelationshipsIndexesAndPropertiesAreCatalogued)
 {
     make(64);
-    EXPECT_THAT(splitWords(run({"mdb-queries", "-L", path}).out),
+    EXPECT_THAT(ql::test::words(ql::test::runProgram({"mdb-queries", "-L", path}).out),
                 ElementsAre("qryOrdersByCustomer", "qryAllNames", "qryDeleteOld", "qryRaisePrices"));
     EXPECT_EQ("SELECT Orders.ID,Orders.CustomerID,Orders.Amount FROM [Orders] WHERE Orders.Qty>0 ORDER BY "
               "Orders.CustomerID\n",
-              run({"mdb-queries", path, "qryOrdersByCustomer"}).out);
-    EXPECT_THAT(run({"mdb-queries", path, "qryDeleteOld"}).out, HasSubstr("WHERE Orders.Placed<#1/1/1995#"));
-    const std::string schema = run({"mdb-schema", "--indexes", "--relations", path, "postgres"}).out;
+              ql::test::runProgram({"mdb-queries", path, "qryOrdersByCustomer"}).out);
+    EXPECT_THAT(ql::test::runProgram({"mdb-queries", path, "qryDeleteOld"}).out, HasSubstr("WHERE Orders.Placed<#1/1/1995#"));
+    const std::string schema = ql::test::runProgram({"mdb-schema", "--indexes", "--relations", path, "postgres"}).out;
     EXPECT_THAT(schema, HasSubstr("ALTER TABLE \"orders\" ADD CONSTRAINT \"orders_pkey\" PRIMARY KEY (\"id\");"));
     EXPECT_THAT(schema, HasSubstr("CREATE INDEX \"orders_customerid_idx\" ON \"orders\" (\"customerid\");"));
     EXPECT_THAT(schema, HasSubstr("Relationship from \"Orders\" (\"customerid\") to \"Customers\"(\"id\")"));
-    EXPECT_THAT(run({"mdb-prop", path, "MSysDb"}).out, HasSubstr("AccessVersion: 08.50"));
-    const std::string props = run({"mdb-prop", path, "Orders"}).out;
+    EXPECT_THAT(ql::test::runProgram({"mdb-prop", path, "MSysDb"}).out, HasSubstr("AccessVersion: 08.50"));
+    const std::string props = ql::test::runProgram({"mdb-prop", path, "Orders"}).out;
     EXPECT_THAT(props, HasSubstr("name: (none)\n\tDescription: Orders placed by customers\n"));
     EXPECT_THAT(props, HasSubstr("name: CustomerID\n\tRequired: yes\n"));
     EXPECT_THAT(props, HasSubstr("name: Notes\n\tDescription: Free text; some notes run over several pages\n"));
-    EXPECT_THAT(run({"mdb-schema", "-T", "Orders", "--not-null", path, "postgres"}).out,
+    EXPECT_THAT(ql::test::runProgram({"mdb-schema", "-T", "Orders", "--not-null", path, "postgres"}).out,
                 HasSubstr("\"customerid\"\t\t\tINTEGER NOT NULL"));
 
     // The catalogue has the containers and documents Access keeps.

@@ -1,6 +1,6 @@
 // Streaming: the writer's memory must not grow with the row count.
-#include "tests/tools/MdbTools.h"
-#include "tests/tools/TestFiles.h"
+#include "tests/support/MdbTools.h"
+#include "tests/support/TempFolder.h"
 #include "tools/jetwriter/Generator.h"
 
 #include <gtest/gtest.h>
@@ -37,16 +37,16 @@ long peakKbWriting(const std::string& path, std::uint64_t rows)
 
 TEST(JetWriterScale, MemoryStaysFlatFromTenThousandToThreeHundredThousandRows)
 {
-    TempDir dir;
-    const long small = peakKbWriting(dir.file("small.mdb"), 10000);
-    const long large = peakKbWriting(dir.file("large.mdb"), 300000);
+    ql::test::TempFolder dir;
+    const long small = peakKbWriting((dir / "small.mdb").string(), 10000);
+    const long large = peakKbWriting((dir / "large.mdb").string(), 300000);
     ASSERT_GT(small, 0);
     ASSERT_GT(large, 0);
     // The page maps grow by a bit per page and the Customers key list by one entry per leaf;
     // everything else is per row and released.
     EXPECT_LT(large - small, 4 * 1024) << "peak KB: " << small << " vs " << large;
-    if (mdbtoolsInstalled()) {
-        EXPECT_EQ("300000\n", run({"mdb-count", dir.file("large.mdb"), "Orders"}).out);
+    if (ql::test::mdbtoolsInstalled()) {
+        EXPECT_EQ("300000\n", ql::test::runProgram({"mdb-count", (dir / "large.mdb").string(), "Orders"}).out);
     }
 }
 
