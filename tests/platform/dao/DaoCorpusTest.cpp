@@ -136,8 +136,9 @@ TEST_P(CorpusDatabase, ObjectsAgreeWithTheManifestAndTheDetails) {
     ASSERT_GE(properties.Count(), 11);
     EXPECT_EQ(properties[10].Name(), "Connection");
     EXPECT_EQ(vb::CStr(properties["Version"].Value()), file.rfind("j3_", 0) == 0 ? "3.0" : "4.0");
-    if (!row["access_version_prop"].empty())
+    if (!row["access_version_prop"].empty()) {
         EXPECT_EQ(vb::CStr(properties["AccessVersion"].Value()), row["access_version_prop"]);
+    }
 
     // Relationships as the program reads them.
     Recordset rs = db.OpenRecordset("Select distinct szObject, szRelationship from MSysRelationships ");

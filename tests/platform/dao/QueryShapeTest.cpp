@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/dao/QueryShape.h"
-#include "tests/platform/dao/MdbQueries.h"
-#include "tests/support/Corpus.h"
 
 namespace {
 
@@ -75,49 +73,6 @@ TEST(QueryShapeText, UnionHalvesAndTableStatements) {
 TEST(QueryShapeText, DamagedTextNeverFails) {
     for (const char* text : {"", "SELECT", "SELECT (", "SELECT a FROM", "FROM (((", "SELECT [unclosed", "\"", "SELECT a FROM T ON ON ,,"})
         EXPECT_NO_THROW(ql::dao::selectTextShape(text)) << text;
-}
-
-// The querytest files' select, crosstab and union queries, and Northwind's
-// fixed-column crosstab.
-TEST(QueryShapeCorpus, SelectCrosstabAndUnion) {
-    for (const char* file : {"j3_querytest.mdb", "j4_querytest2003.mdb"}) {
-        const auto queries = ql::test::storedQueries(ql::test::corpusFile(file));
-        const auto shape = [&](const char* name) {
-            const auto& q = queries.at(name);
-            return ql::dao::queryShape(q.rows, q.catalogueType);
-        };
-        const QueryShape select = shape("SelectQuery");
-        EXPECT_EQ(outputs(select), (Strings{"Table1.*", "Table2.col1", "Table2.col2", "Table3.col3"})) << file;
-        EXPECT_EQ(inputs(select), (Strings{"Table1", "Table2", "Table3"})) << file;
-
-        const QueryShape crosstab = shape("CrosstabQuery");
-        EXPECT_EQ(outputs(crosstab), (Strings{"Table2_1.col1", "[Table2].[col3]", "Avg(Table2_1.col2)=AvgOfcol2", "pivot"}))
-            << file;
-        EXPECT_FALSE(crosstab.pivotValues.has_value());  // columns come from the data
-        EXPECT_EQ(inputs(crosstab), (Strings{"Table1", "Table2", "Table2 AS Table2_1"})) << file;
-
-        const QueryShape union_ = shape("UnionQuery");
-        EXPECT_EQ(outputs(union_), (Strings{"Table1.col1", "Table1.col2"})) << file;
-        EXPECT_TRUE(union_.inputs.empty()) << file;  // its halves name no FROM
-
-        for (const char* action : {"AppendQuery", "DeleteQuery", "UpdateQuery", "MakeTableQuery", "DataDefinitionQuery",
-                                   "PassthroughQuery"}) {
-            EXPECT_FALSE(shape(action).returnsRows) << file << " " << action;
-            EXPECT_TRUE(shape(action).outputs.empty()) << file << " " << action;
-        }
-    }
-
-    const auto northwind = ql::test::storedQueries(ql::test::corpusFile("j4_northwind2000.mdb"));
-    const auto& quarterly = northwind.at("Quarterly Orders by Product");
-    const QueryShape crosstab = ql::dao::queryShape(quarterly.rows, quarterly.catalogueType);
-    EXPECT_EQ(crosstab.outputs.size(), 4u);
-    ASSERT_TRUE(crosstab.pivotValues.has_value());
-    EXPECT_EQ(*crosstab.pivotValues, (Strings{"Qtr 1", "Qtr 2", "Qtr 3", "Qtr 4"}));
-
-    const auto& cities = northwind.at("Customers and Suppliers by City");
-    const QueryShape union_ = ql::dao::queryShape(cities.rows, cities.catalogueType);
-    EXPECT_EQ(outputs(union_), (Strings{"City", "CompanyName", "ContactName", "\"Customers\"=Relationship"}));
-    EXPECT_EQ(inputs(union_), (Strings{"Customers", "Suppliers-"}));
 }
 
 TEST(QueryShapeRows, AllFieldsFlagAndDerivedSources) {

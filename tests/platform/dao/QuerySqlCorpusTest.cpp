@@ -1,5 +1,6 @@
-// QueryDef.SQL rebuilt from the rows real Access files store, compared with
-// the text Access shows for those queries.
+// QueryDef.SQL rebuilt from the rows real Access files store: compared with
+// the text Access shows for those queries, and, for every query of the
+// corpus, with the SQL the rows mdbtools reads give.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -8,18 +9,21 @@
 #include "platform/dao/Dao.h"
 #include "platform/dao/QuerySql.h"
 #include "platform/dao/SqlNames.h"
-#include "tests/platform/dao/MdbQueries.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/MdbTools.h"
 
 namespace {
 
 using ql::test::corpusFile;
-using ql::test::storedQueries;
 
-std::string sqlOf(const std::map<std::string, ql::test::StoredQuery>& queries, const std::string& name, int jetVersion) {
-    const auto it = queries.find(name);
-    if (it == queries.end()) return "<no query " + name + ">";
-    return ql::dao::queryDefSql(it->second.rows, jetVersion, it->second.catalogueType);
+ql::dao::Database open(const std::string& file) {
+    ql::dao::DBEngine engine;
+    return engine.OpenDatabase(corpusFile(file).string());
+}
+
+std::string sqlOf(const ql::dao::Database& db, const std::string& name) {
+    if (!db.QueryDefs().Contains(name)) return "<no query " + name + ">";
+    return db.QueryDefs()[name].SQL();
 }
 
 // One query of each kind, saved by Access 97 and by Access 2003. A third
@@ -77,16 +81,10 @@ std::map<std::string, std::string> querytestExpected(int jetVersion) {
 }
 
 void expectQuerytest(const std::string& file, int jetVersion) {
-    const auto queries = storedQueries(corpusFile(file));
+    const auto db = open(file);
     const auto expected = querytestExpected(jetVersion);
-    ASSERT_EQ(queries.size(), expected.size());
-    for (const auto& [name, sql] : expected) EXPECT_EQ(sqlOf(queries, name, jetVersion), sql) << file << " " << name;
-
-    // The same through the DAO objects, from our own reader's rows.
-    ql::dao::DBEngine engine;
-    const ql::dao::Database db = engine.OpenDatabase(corpusFile(file).string());
     ASSERT_EQ(db.QueryDefs().Count(), static_cast<int>(expected.size()));
-    for (const auto& [name, sql] : expected) EXPECT_EQ(db.QueryDefs()[name].SQL(), sql) << file << " " << name;
+    for (const auto& [name, sql] : expected) EXPECT_EQ(sqlOf(db, name), sql) << file << " " << name;
 }
 
 TEST(QuerySqlCorpus, EveryKindSavedByAccess97) { expectQuerytest("j3_querytest.mdb", 3); }
@@ -96,12 +94,12 @@ TEST(QuerySqlCorpus, EveryKindSavedByAccess2003) { expectQuerytest("j4_querytest
 // Northwind's queries as Access 97 saved them: nested joins, TOP with
 // DISTINCTROW, parameters stored without brackets, a union with ORDER BY.
 TEST(QuerySqlCorpus, NorthwindAccess97) {
-    const auto queries = storedQueries(corpusFile("j3_nwind_mdbtools.mdb"));
-    EXPECT_EQ(sqlOf(queries, "Ten Most Expensive Products", 3),
+    const auto db = open("j3_nwind_mdbtools.mdb");
+    EXPECT_EQ(sqlOf(db, "Ten Most Expensive Products"),
               "SELECT DISTINCTROW TOP 10 Products.ProductName AS TenMostExpensiveProducts, Products.UnitPrice\r\n"
               "FROM Products\r\n"
               "ORDER BY Products.UnitPrice DESC;\r\n");
-    EXPECT_EQ(sqlOf(queries, "Employee Sales by Country", 3),
+    EXPECT_EQ(sqlOf(db, "Employee Sales by Country"),
               "PARAMETERS [Beginning Date] DateTime, [Ending Date] DateTime;\r\n"
               "SELECT DISTINCTROW Employees.Country, Employees.LastName, Employees.FirstName, Orders.ShippedDate, "
               "Orders.OrderID, [Order Subtotals].Subtotal AS SaleAmount\r\n"
@@ -112,18 +110,18 @@ TEST(QuerySqlCorpus, NorthwindAccess97) {
     const std::string parameters =
         "PARAMETERS [Forms]![Sales by Year Dialog]![BeginningDate] DateTime, "
         "[Forms]![Sales by Year Dialog]![EndingDate] DateTime;\r\nSELECT DISTINCTROW ";
-    EXPECT_EQ(sqlOf(queries, "Sales by Year", 3).substr(0, parameters.size()), parameters);
+    EXPECT_EQ(sqlOf(db, "Sales by Year").substr(0, parameters.size()), parameters);
 }
 
 TEST(QuerySqlCorpus, NorthwindAccess2000) {
-    const auto queries = storedQueries(corpusFile("j4_northwind2000.mdb"));
-    EXPECT_EQ(sqlOf(queries, "Customers and Suppliers by City", 4),
+    const auto db = open("j4_northwind2000.mdb");
+    EXPECT_EQ(sqlOf(db, "Customers and Suppliers by City"),
               "SELECT City, CompanyName, ContactName, \"Customers\" AS [Relationship] \r\n"
               "FROM Customers\r\n"
               "UNION SELECT City, CompanyName, ContactName, \"Suppliers\"\r\n"
               "FROM Suppliers\r\n"
               "ORDER BY City, CompanyName;\r\n");
-    EXPECT_EQ(sqlOf(queries, "Quarterly Orders by Product", 4),
+    EXPECT_EQ(sqlOf(db, "Quarterly Orders by Product"),
               "TRANSFORM Sum(CCur([Order Details].UnitPrice*[Quantity]*(1-[Discount])/100)*100) AS ProductAmount\r\n"
               "SELECT Products.ProductName, Orders.CustomerID, Year([OrderDate]) AS OrderYear\r\n"
               "FROM Products INNER JOIN (Orders INNER JOIN [Order Details] ON Orders.OrderID=[Order Details].OrderID) "
@@ -131,7 +129,7 @@ TEST(QuerySqlCorpus, NorthwindAccess2000) {
               "WHERE (((Orders.OrderDate) Between #1/1/1997# And #12/31/1997#))\r\n"
               "GROUP BY Products.ProductName, Orders.CustomerID, Year([OrderDate])\r\n"
               "PIVOT \"Qtr \" & DatePart(\"q\",[OrderDate],1,0) In (\"Qtr 1\",\"Qtr 2\",\"Qtr 3\",\"Qtr 4\");\r\n");
-    EXPECT_EQ(sqlOf(queries, "Quarterly Orders", 4),
+    EXPECT_EQ(sqlOf(db, "Quarterly Orders"),
               "SELECT DISTINCT Customers.CustomerID, Customers.CompanyName, Customers.City, Customers.Country\r\n"
               "FROM Customers RIGHT JOIN Orders ON Customers.CustomerID = Orders.CustomerID\r\n"
               "WHERE (((Orders.OrderDate) Between #1/1/1997# And #12/31/1997#));\r\n");
@@ -140,20 +138,68 @@ TEST(QuerySqlCorpus, NorthwindAccess2000) {
 // A Russian database: names in Cyrillic are plain words and stay unbracketed;
 // an alias with a hyphen is bracketed; an update query sets a qualified column.
 TEST(QuerySqlCorpus, NamesInOtherScripts) {
-    const auto queries = storedQueries(corpusFile("j4_babnach_ru.mdb"));
-    EXPECT_EQ(sqlOf(queries, "по количеству сотрудников", 4),
+    const auto db = open("j4_babnach_ru.mdb");
+    EXPECT_EQ(sqlOf(db, "по количеству сотрудников"),
               "SELECT name_department.name, Count(сотруднки.Код_кафедры) AS [Count-Код_кафедры]\r\n"
               "FROM name_department INNER JOIN сотруднки ON name_department.Код_кафедры = сотруднки.Код_кафедры\r\n"
               "GROUP BY name_department.name\r\n"
               "ORDER BY Count(сотруднки.Код_кафедры) DESC;\r\n");
-    EXPECT_EQ(sqlOf(queries, "Запрос на увеличение оклада сотрудников на 30%", 4),
+    EXPECT_EQ(sqlOf(db, "Запрос на увеличение оклада сотрудников на 30%"),
               "UPDATE сотруднки\r\n"
               "SET сотруднки.Оклад = [сотруднки]![Оклад]*1.3;\r\n");
 }
 
-}  // namespace
+// A saved query's rows as mdb-export (an independent reader) prints them.
+struct StoredQuery {
+    int catalogueType = -1;  // MSysObjects.Flags & 0xF0
+    std::vector<ql::dao::QueryRow> rows;
+};
 
-namespace {
+using Record = std::map<std::string, std::string>;  // column -> text; Null cells are absent
+
+std::vector<Record> exportTable(const std::string& database, const std::string& table) {
+    constexpr const char* NullMark = "@@NULL@@";  // so that Null and "" stay apart
+    const auto rows = ql::test::mdbExport(database, table, {"-b", "strip", "-0", NullMark});
+    std::vector<Record> records;
+    for (std::size_t r = 1; r < rows.size(); ++r) {
+        Record& record = records.emplace_back();
+        for (std::size_t c = 0; c < rows[0].size() && c < rows[r].size(); ++c)
+            if (rows[r][c] != NullMark) record[rows[0][c]] = rows[r][c];
+    }
+    return records;
+}
+
+std::optional<std::string> cell(const Record& record, const std::string& name) {
+    const auto it = record.find(name);
+    return it == record.end() ? std::nullopt : std::optional<std::string>(it->second);
+}
+
+long long number(const Record& record, const std::string& name) { return std::stoll(cell(record, name).value_or("0")); }
+
+// Saved queries by name; throws when mdb-export cannot read the file.
+std::map<std::string, StoredQuery> storedQueries(const std::string& database) {
+    std::map<long long, std::string> names;
+    std::map<std::string, StoredQuery> queries;
+    for (const Record& object : exportTable(database, "MSysObjects")) {
+        if (cell(object, "Type") != "5") continue;
+        const std::string name = cell(object, "Name").value_or("");
+        names[number(object, "Id")] = name;
+        queries[name].catalogueType = static_cast<int>(number(object, "Flags") & 0xF0);
+    }
+    for (const Record& record : exportTable(database, "MSysQueries")) {
+        const auto it = names.find(number(record, "ObjectId"));
+        if (it == names.end()) continue;
+        ql::dao::QueryRow row;
+        row.attribute = static_cast<int>(number(record, "Attribute"));
+        row.name1 = cell(record, "Name1");
+        row.name2 = cell(record, "Name2");
+        row.expression = cell(record, "Expression");
+        if (const auto flag = cell(record, "Flag")) row.flag = std::stoi(*flag);
+        if (const auto extra = cell(record, "LvExtra")) row.lvExtra = std::stoi(*extra);
+        queries[it->second].rows.push_back(std::move(row));
+    }
+    return queries;
+}
 
 int occurrences(const std::string& text, const std::string& part) {
     int count = 0;
@@ -161,74 +207,49 @@ int occurrences(const std::string& text, const std::string& part) {
     return count;
 }
 
-// Every saved query of every Jet database that mdb-export can read: the FROM
-// line keeps every stored source, makes one join per joined pair and
-// balances its parentheses; every statement ends as Access ends it.
-TEST(QuerySqlCorpus, EveryQueryOfEveryDatabase) {
+// Every saved query of every Jet database both readers can open. Our
+// reader's MSysQueries rows (the Order key read as stored) and mdbtools'
+// give the same SQL; and that SQL keeps every stored source, makes one join
+// per joined pair, balances the FROM line's parentheses and ends as Access
+// ends a statement.
+TEST(QuerySqlCorpus, EveryQueryAgreesWithMdbtoolsRowsAndIsWellFormed) {
     namespace attr = ql::dao::query_attribute;
-    int checked = 0;
+    int compared = 0;
     for (const std::string& file : ql::test::jetDatabases()) {
-        std::map<std::string, ql::test::StoredQuery> queries;
+        std::map<std::string, StoredQuery> queries;
+        std::optional<ql::dao::Database> db;
         try {
-            queries = storedQueries(corpusFile(file));
+            queries = storedQueries(corpusFile(file).string());
+            ql::dao::DBEngine engine;
+            db = engine.OpenDatabase(corpusFile(file).string(), false, true,
+                                     file == "j4_pwd2003.mdb" ? ";PWD=password" : "");
         } catch (const std::exception&) {
-            continue;  // encrypted or password-protected: mdb-export cannot read it
+            continue;  // encrypted or secured: mdbtools or the default user cannot read it
         }
         const int jetVersion = file.rfind("j3_", 0) == 0 ? 3 : 4;
         for (const auto& [name, query] : queries) {
-            const std::string sql = ql::dao::queryDefSql(query.rows, jetVersion, query.catalogueType);
+            SCOPED_TRACE(file + ": " + name);
+            const std::string sql = db->QueryDefs()[name].SQL();
+            EXPECT_EQ(sql, ql::dao::queryDefSql(query.rows, jetVersion, query.catalogueType));
+            ++compared;
             const ql::dao::QueryKind kind = ql::dao::queryKind(query.rows, query.catalogueType);
             if (kind == ql::dao::QueryKind::DataDefinition || kind == ql::dao::QueryKind::PassThrough ||
                 kind == ql::dao::QueryKind::Union)
                 continue;
-            ++checked;
-            EXPECT_TRUE(sql.ends_with(";\r\n")) << file << ": " << name;
-            const size_t from = sql.find("\r\nFROM ");
-            const std::string fromLine =
-                from == std::string::npos ? std::string() : sql.substr(from, sql.find("\r\n", from + 2) - from);
+            EXPECT_TRUE(sql.ends_with(";\r\n"));
             std::set<std::pair<std::string, std::string>> pairs;
             for (const auto& row : query.rows) {
                 if (row.attribute == attr::Source && row.name1 && !row.expression) {
-                    EXPECT_NE(sql.find(ql::dao::sqlName(*row.name1)), std::string::npos) << file << ": " << name;
+                    EXPECT_NE(sql.find(ql::dao::sqlName(*row.name1)), std::string::npos);
                 }
                 if (row.attribute == attr::Join) pairs.emplace(row.name1.value_or(""), row.name2.value_or(""));
             }
             if (kind == ql::dao::QueryKind::Update) continue;  // its sources follow UPDATE, not FROM
-            EXPECT_EQ(occurrences(fromLine, " JOIN "), static_cast<int>(pairs.size())) << file << ": " << name;
-            EXPECT_EQ(occurrences(fromLine, "("), occurrences(fromLine, ")")) << file << ": " << name;
-        }
-    }
-    EXPECT_GT(checked, 200);
-}
-
-}  // namespace
-
-namespace {
-
-// Our reader's MSysQueries rows (the Order key read as stored) and
-// mdb-export's give the same SQL for every query of every database.
-TEST(QuerySqlCorpus, OwnReaderAgreesWithMdbExport) {
-    int compared = 0;
-    for (const std::string& file : ql::test::jetDatabases()) {
-        std::map<std::string, ql::test::StoredQuery> queries;
-        try {
-            queries = storedQueries(corpusFile(file));
-        } catch (const std::exception&) {
-            continue;
-        }
-        ql::dao::DBEngine engine;
-        std::optional<ql::dao::Database> db;
-        try {
-            db = engine.OpenDatabase(corpusFile(file).string(), false, true,
-                                     file == "j4_pwd2003.mdb" ? ";PWD=password" : "");
-        } catch (const ql::RuntimeError&) {
-            continue;  // secured: the default user may not open it
-        }
-        const int jetVersion = file.rfind("j3_", 0) == 0 ? 3 : 4;
-        for (const auto& [name, query] : queries) {
-            ++compared;
-            EXPECT_EQ(db->QueryDefs()[name].SQL(), ql::dao::queryDefSql(query.rows, jetVersion, query.catalogueType))
-                << file << ": " << name;
+            const size_t from = sql.find("\r\nFROM ");
+            const std::string fromLine =
+                from == std::string::npos ? std::string() : sql.substr(from, sql.find("\r\n", from + 2) - from);
+            EXPECT_EQ(occurrences(fromLine, " JOIN "), static_cast<int>(pairs.size()));
+            EXPECT_EQ(occurrences(fromLine, "("), occurrences(fromLine, ")"));
         }
     }
     EXPECT_GT(compared, 200);

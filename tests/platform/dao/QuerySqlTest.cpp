@@ -1,5 +1,6 @@
-// QueryDef.SQL for the constructs the real files do not all show, built from
-// the smallest set of rows that holds them.
+// QueryDef.SQL for the constructs the real files do not show (nested joins,
+// several conditions of one pair and crosstabs are checked on real files),
+// built from the smallest set of rows that holds them.
 #include <gtest/gtest.h>
 
 #include "platform/dao/QuerySql.h"
@@ -95,32 +96,6 @@ TEST(QuerySqlSelect, NoSourceMeansNoFromLine) {
     EXPECT_EQ(sql({kind(1), column("1+1", "Two")}), "SELECT 1+1 AS Two;\r\n");
 }
 
-TEST(QuerySqlJoins, ChainsNestOnTheSideThatWasJoinedBefore) {
-    const std::vector<QueryRow> rows = {kind(1),
-                                        source("A"),
-                                        source("B"),
-                                        source("C"),
-                                        source("D"),
-                                        column("*"),
-                                        join("B", "C", "B.x=C.x"),
-                                        join("A", "B", "A.y=B.y", 2),
-                                        join("C", "D", "C.z=D.z", 3)};
-    EXPECT_EQ(sql(rows),
-              "SELECT *\r\nFROM (A LEFT JOIN (B INNER JOIN C ON B.x=C.x) ON A.y=B.y) RIGHT JOIN D ON C.z=D.z;\r\n");
-}
-
-TEST(QuerySqlJoins, SeveralConditionsOfOnePairLatestFirst) {
-    const std::vector<QueryRow> rows = {kind(1),
-                                        source("A"),
-                                        source("B"),
-                                        column("A.k"),
-                                        join("A", "B", "A.k1 = B.k1"),
-                                        join("A", "B", "A.k2 = B.k2"),
-                                        join("A", "B", "A.k3 = B.k3")};
-    EXPECT_EQ(sql(rows),
-              "SELECT A.k\r\nFROM A INNER JOIN B ON (A.k3 = B.k3) AND (A.k2 = B.k2) AND (A.k1 = B.k1);\r\n");
-}
-
 TEST(QuerySqlJoins, AliasesAndSourcesWithoutTheirOwnRow) {
     // Joins refer to an aliased source by its alias, and names compare
     // without regard to case; a join may name a source no Source row lists.
@@ -205,18 +180,6 @@ TEST(QuerySqlUnion, PartsTrimmedOrderByAndAllWhenNotDistinct) {
                                         row(attr::Source, 0, "X7YZ_____1", "\r\nSELECT a\r\nFROM T  \r\n\r\n"),
                                         row(attr::OrderBy, "D", 0, "a")};
     EXPECT_EQ(sql(rows), "SELECT a\r\nFROM T\r\nUNION ALL SELECT b FROM U\r\nORDER BY a DESC;\r\n");
-}
-
-TEST(QuerySqlCrosstab, TransformRowHeadingsAndPivot) {
-    const std::vector<QueryRow> rows = {kind(6),
-                                        source("T"),
-                                        column("T.r", nullptr, 2),
-                                        column("T.p", nullptr, 1),
-                                        column("Sum(T.v)", "Total", 0),
-                                        row(attr::GroupBy, 0, 0, "T.r", 2),
-                                        row(attr::GroupBy, 0, 0, "T.p", 1)};
-    EXPECT_EQ(sql(rows),
-              "TRANSFORM Sum(T.v) AS Total\r\nSELECT T.r\r\nFROM T\r\nGROUP BY T.r\r\nPIVOT T.p;\r\n");
 }
 
 TEST(QuerySqlSavedText, DdlAndPassThroughAreVerbatim) {
