@@ -5,10 +5,8 @@
 #include <QByteArray>
 #include <QXmlStreamReader>
 
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <regex>
 
 #include "Version.h"
@@ -17,6 +15,7 @@
 #include "report/ReportHeader.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
+#include "tests/support/OutputChoice.h"
 
 namespace fs = std::filesystem;
 using namespace ql;
@@ -25,20 +24,6 @@ using test::HeadlessWindow;
 using ui::Answer;
 
 namespace {
-
-std::vector<std::string> linesOf(const fs::path& file) {
-    const std::string text = test::readFile(file);
-    std::vector<std::string> lines;
-    size_t start = 0;
-    while (start < text.size()) {
-        const size_t end = text.find("\r\n", start);
-        EXPECT_NE(end, std::string::npos) << "a line without CR LF at the end of " << file;
-        if (end == std::string::npos) break;
-        lines.push_back(text.substr(start, end - start));
-        start = end + 2;
-    }
-    return lines;
-}
 
 // "<prefix>dd mmmm yyyy at h:mm:ss AM": the date of today (or of the day the
 // test started, should midnight pass) and a time of day as the runtime writes it.
@@ -56,62 +41,7 @@ struct Output : testing::Test {
     const std::string today = report::reportDate(dao::vb::Now());
 
     void SetUp() override { w.open(test::corpusFile("j3_afr.mdb")); }
-
-    // Picks format `format` and file `name` through the commands, as the user does.
-    fs::path choose(int format, const std::string& name) {
-        report::optFormat_Click(w.ctx, format);
-        const fs::path file = w.folder / name;
-        w.ui.chooseFile(file.string());
-        report::cmdOut_Click(w.ctx);
-        return file;
-    }
-
-    // The header lines every text and CSV report starts with, from the layout rules.
-    std::vector<std::string> headerLines() const {
-        return {"**************************  ACCESS DATABASE ANALYSIS PROGRAM **************",
-                "",
-                " VERSION : " + std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) + "." +
-                    std::to_string(QL_VERSION_PATCH),
-                "",
-                "<stamp>",
-                " Access Database: " + test::corpusFile("j3_afr.mdb").string(),
-                " System Database: ",
-                "",
-                " " + report::attributionYears(std::stoi(today.substr(today.size() - 4))),
-                std::string(" ") + report::MakerName,
-                "",
-                std::string(" ") + report::SupportContact.label + " " + report::SupportContact.address,
-                std::string(" ") + report::WebContact.label + " " + report::WebContact.address,
-                std::string(71, '=')};
-    }
-
-    // Compares line by line; a "<stamp>" line takes any time of today.
-    void expectLines(const fs::path& file, const std::vector<std::string>& expected) {
-        const std::vector<std::string> actual = linesOf(file);
-        ASSERT_EQ(actual.size(), expected.size()) << test::readFile(file);
-        for (size_t i = 0; i < expected.size(); ++i) {
-            if (expected[i] == "<stamp>")
-                EXPECT_TRUE(isStamp(actual[i], " Database Analysis as at ", today)) << actual[i];
-            else if (expected[i] == "<stats stamp>")
-                EXPECT_TRUE(isStamp(actual[i], "'Database Statistics as at ", today)) << actual[i];
-            else
-                EXPECT_EQ(actual[i], expected[i]) << "line " << i + 1;
-        }
-    }
-
-    // A small result set as an analysis leaves it.
-    void fillGrids() {
-        grids::Grid& tables = w.state.lvwGrid[grids::kTabViews];
-        tables.addColumn("Table Name", 2000);
-        tables.addColumn("Records", 900, grids::Alignment::Right);
-        tables.addColumn("Note");
-        tables.row(tables.addRow("Tables in Database : ")).setSubItem(1, "2");
-        tables.row(tables.addRow("Pedidos")).setSubItem(1, "1234567890123");
-        tables.row(2).setSubItem(2, "big");
-        tables.row(tables.addRow("Clientes")).setSubItem(1, "n/a");
-        w.state.lvwGrid[8].addColumn("Query");
-        w.state.lstData[grids::kTabForms].AddItem("frmResize");
-    }
+    fs::path choose(int format, const std::string& name) { return test::chooseOutput(w, format, name); }
 };
 
 TEST(OutputChoice, DialogFilterExtensionAndInitialFolderFollowTheFormatAndTheStoredPath) {
@@ -192,10 +122,7 @@ TEST_F(Output, RefusingToOverwriteLeavesTheOldReportAndTheSettingsAlone) {
 TEST_F(Output, ChoosingAFileStoresItStartsAFreshLogAndUnlocksTheAnalysis) {
     w.folder.write("Errors.Log", "an old line that must go\r\n");
     w.settings.WriteSetting("Paths", "Output", "c:/reports/last.txt");
-    report::optFormat_Click(w.ctx, 0);
-    const fs::path file = w.folder / "r.txt";
-    w.ui.chooseFile(file.string());
-    report::cmdOut_Click(w.ctx);
+    const fs::path file = choose(0, "r.txt");
 
     EXPECT_TRUE(w.ui.messages.empty());
     EXPECT_EQ(w.ui.dialogs.at(0).request.initialFolder, "c:");
@@ -204,7 +131,7 @@ TEST_F(Output, ChoosingAFileStoresItStartsAFreshLogAndUnlocksTheAnalysis) {
     EXPECT_EQ(w.controls.out, file.string());
     EXPECT_EQ(w.state.OutputPath, file.string());
 
-    const std::vector<std::string> log = linesOf(w.folder / "Errors.Log");
+    const std::vector<std::string> log = test::crlfLines(w.folder / "Errors.Log");
     ASSERT_EQ(log.size(), 1u);
     const std::string head = "Error Log for Database " + test::corpusFile("j3_afr.mdb").string() + " as at ";
     EXPECT_TRUE(log[0].starts_with(head)) << log[0];
@@ -221,34 +148,29 @@ TEST_F(Output, ChoosingAFileStoresItStartsAFreshLogAndUnlocksTheAnalysis) {
     EXPECT_TRUE(w.controls.steps[3].bold);
 }
 
-TEST_F(Output, ATextReportIsTheHeaderThenTheStatisticsOnce) {
+// The header's own lines are pinned where it is written; here the facts the
+// window gives it, and one statistics body however often the report is viewed.
+TEST_F(Output, ATextReportIsTheWindowsHeaderThenTheStatisticsOnce) {
     const fs::path file = choose(0, "r.txt");
-    fillGrids();
+    w.state.lvwGrid[grids::kTabViews].addColumn("Table Name");
     report::finishReport(w.ctx, true);
-    report::finishReport(w.ctx, true);  // viewed again: no second body
+    report::finishReport(w.ctx, true);
     report::closeOutput(w.ctx);
 
-    std::vector<std::string> expected = headerLines();
-    expected.insert(expected.end(), {"\f", "", "", "'" + std::string(71, '='), "<stats stamp>",
-                                     "'" + std::string(71, '='), "", ""});
-    // Grid 1: "Tables in Database : " (21) makes column 1 21 + 1 wide; the
-    // 13-digit count widens "Records" to 13 + 1, + 1, and stays whole; "Note"
-    // keeps 4 + 1, + 1. Every column but the last is followed by a move to the
-    // next one, so rows without a note end in blanks.
-    const auto sp = [](size_t n) { return std::string(n, ' '); };
-    expected.insert(expected.end(), {"Table Name" + sp(12) + "Records" + sp(8) + "Note" + sp(2),
-                                     std::string(22 + 15 + 6, '-'),
-                                     "Tables in Database : " + sp(1) + sp(13) + "2" + sp(1),
-                                     "Pedidos" + sp(15) + " 1234567890123" + sp(1) + "big",
-                                     "Clientes" + sp(14) + "n/a" + sp(12),
-                                     ""});
-    for (int grid = 2; grid < 8; ++grid) expected.emplace_back();
-    expected.insert(expected.end(), {"Query  ", "-------", ""});
-    for (int grid = 9; grid < 12; ++grid) expected.emplace_back();
-    expected.insert(expected.end(), {"Forms in Database", "-----------------", "frmResize", "",
-                                     "Reports in Database", "-------------------", "",
-                                     "Data Access Pages in Database", "-----------------------------"});
-    expectLines(file, expected);
+    const std::vector<std::string> lines = test::crlfLines(file);
+    ASSERT_GT(lines.size(), 20u);
+    EXPECT_EQ(lines[2], " VERSION : " + std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) +
+                            "." + std::to_string(QL_VERSION_PATCH));
+    EXPECT_TRUE(isStamp(lines[4], " Database Analysis as at ", today)) << lines[4];
+    EXPECT_EQ(lines[5], " Access Database: " + test::corpusFile("j3_afr.mdb").string());
+    EXPECT_EQ(lines[6], " System Database: ");
+    EXPECT_EQ(lines[8], " Copyright (C) 2003-" + today.substr(today.size() - 4));
+    EXPECT_EQ(lines[14], "\f");
+    EXPECT_TRUE(isStamp(lines[18], "'Database Statistics as at ", today)) << lines[18];
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("'Database"); }),
+              1);
+    EXPECT_EQ(lines[22], "Table Name  ");
+    EXPECT_EQ(lines.back(), "-----------------------------");
 }
 
 TEST_F(Output, AnXmlReportStaysWellFormedHoweverOftenItIsViewedAndClosed) {
@@ -276,51 +198,18 @@ TEST_F(Output, AnXmlReportStaysWellFormedHoweverOftenItIsViewedAndClosed) {
     EXPECT_FALSE(fs::exists(w.folder / "temp.xml"));
 }
 
-// Runs a command and gives its standard output; the exit status in `status`.
-std::string run(const std::string& command, int& status) {
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
-    std::string out;
-    char buffer[4096];
-    while (size_t got = std::fread(buffer, 1, sizeof buffer, pipe.get())) out.append(buffer, got);
-    status = ::pclose(pipe.release());
-    return out;
-}
-
-TEST_F(Output, AWorkbookReportOpensInIndependentReadersAndIsLetGoAtClose) {
+// The cells of the sheet are read back where the workbook header is tested.
+TEST_F(Output, AWorkbookReportIsSavedClosedAndLetGoAtClose) {
     const fs::path file = choose(3, "r.xls");
     EXPECT_TRUE(w.ui.messages.empty()) << w.ui.messages.at(0).text;
     EXPECT_TRUE(w.state.ExcelApplication);
     EXPECT_FALSE(w.state.ExcelWorkbook);
     EXPECT_EQ(w.state.ExcelApplication->Workbooks().Count(), 0) << "saved and closed";
-
-    int status = 0;
-    const std::string names = run(
-        "/usr/bin/python3 -c \"import sys,xlrd; b=xlrd.open_workbook(sys.argv[1]); s=b.sheet_by_name('Header');"
-        "print('|'.join(b.sheet_names())); print(s.cell_value(0,0)); print(s.cell_value(3,1))\" '" +
-            file.string() + "'",
-        status);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(names, "Header|Tables|Views|Indexes|Relations|Forms|Reports|Macros|Modules|Pages\n"
-                     "**************************  ACCESS DATABASE ANALYSIS PROGRAM **************\n" +
-                         test::corpusFile("j3_afr.mdb").string() + "\n");
+    EXPECT_TRUE(test::readFile(file).starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"));
 
     report::finishReport(w.ctx, true);
     report::closeOutput(w.ctx);
     EXPECT_FALSE(w.state.ExcelApplication);
-
-    if (!fs::exists("/usr/bin/libreoffice")) {
-        std::fprintf(stderr, "libreoffice is not installed: the conversion check is skipped\n");
-        return;
-    }
-    const fs::path profile = w.folder / "lo-profile";
-    run("cd '" + w.folder.path().string() + "' && timeout 120 /usr/bin/libreoffice -env:UserInstallation=file://" +
-            profile.string() + " --headless --convert-to csv --outdir '" + w.folder.path().string() + "' '" +
-            file.string() + "' 2>&1",
-        status);
-    EXPECT_EQ(status, 0);
-    const std::string csv = test::readFile(w.folder / "r.csv");
-    EXPECT_TRUE(csv.starts_with("**************************  ACCESS DATABASE ANALYSIS PROGRAM **************"))
-        << csv;
 }
 
 TEST(OutputChoice, ClosingBeforeAnyReportWasStartedTouchesNoFile) {

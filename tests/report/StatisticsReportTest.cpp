@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
 #include "tests/support/Corpus.h"
+#include "tests/support/TempFolder.h"
 
-namespace fs = std::filesystem;
 using namespace ql;
 using grids::Alignment;
 
@@ -60,41 +57,29 @@ TEST(StatisticsReport, ColumnsAreAlignedByTheWidthRulesAndNumbersRightAligned) {
                          ""}));
 }
 
-TEST(StatisticsReport, LaterColumnsWidenToCellLengthPlusOneButTheFirstToTheLengthItself) {
+// The first column widens to its longest text, a later one to its longest
+// cell + 1; widths count characters, not bytes; a grid without rows still
+// gets its header and rule.
+TEST(StatisticsReport, WidthRulesAtTheirEdges) {
     grids::WindowState state;
-    grids::Grid& grid = state.lvwGrid[0];
-    grid.addColumn("A");
-    grid.addColumn("B");
-    grid.addColumn("C");
-    grid.row(grid.addRow("abcdef")).setSubItem(1, "ghijkl");
-    grid.row(1).setSubItem(2, "x");
+    grids::Grid& latin = state.lvwGrid[0];
+    latin.addColumn("A");
+    latin.addColumn("B");
+    latin.addColumn("C");
+    latin.row(latin.addRow("abcdef")).setSubItem(1, "ghijkl");
+    latin.row(1).setSubItem(2, "x");
+    grids::Grid& cyrillic = state.lvwGrid[1];
+    cyrillic.addColumn("Поле");
+    cyrillic.addColumn("N");
+    cyrillic.row(cyrillic.addRow("Ім'я")).setSubItem(1, "7");
+    state.lvwGrid[2].addColumn("Index");
+
+    const std::vector<std::string> body = bodyOf(state);
     // A: max(2, 6) + 1 = 7; B: 6 + 1 + 1 = 8; C: 2 + 1 = 3.
-    const std::vector<std::string> body = bodyOf(state);
-    EXPECT_EQ(body[5], "A      B       C  ");
-    EXPECT_EQ(body[6], std::string(18, '-'));
-    EXPECT_EQ(body[7], "abcdef ghijkl  x");
-}
-
-TEST(StatisticsReport, WidthsCountCharactersNotBytes) {
-    grids::WindowState state;
-    grids::Grid& grid = state.lvwGrid[2];
-    grid.addColumn("Поле");
-    grid.addColumn("N");
-    grid.row(grid.addRow("Ім'я")).setSubItem(1, "7");
-    const std::vector<std::string> body = bodyOf(state);
-    EXPECT_EQ(body[7], "Поле  N  ");
-    EXPECT_EQ(body[9], "Ім'я   7");
-}
-
-TEST(StatisticsReport, GridWithColumnsButNoRowsGivesHeaderRuleAndEmptyLine) {
-    grids::WindowState state;
-    state.lvwGrid[4].addColumn("Index");
-    const std::vector<std::string> body = bodyOf(state);
-    // grids 0-3 give one empty line each before grid 4.
-    EXPECT_EQ(body[9], "Index  ");
-    EXPECT_EQ(body[10], "-------");
-    EXPECT_EQ(body[11], "");
-    EXPECT_EQ(body[12], "") << "grid 5";
+    const std::vector<std::string> expected = {"A      B       C  ", std::string(18, '-'), "abcdef ghijkl  x", "",
+                                               "Поле  N  ", std::string(9, '-'), "Ім'я   7", "",
+                                               "Index  ", "-------", "", ""};
+    EXPECT_EQ(std::vector<std::string>(body.begin() + 5, body.begin() + 17), expected);
 }
 
 TEST(StatisticsReport, NameListsFollowInFormsReportsPagesOrder) {
@@ -113,13 +98,11 @@ TEST(StatisticsReport, NameListsFollowInFormsReportsPagesOrder) {
 }
 
 TEST(StatisticsReport, OnlyTextReportsReceiveTheBodyButEveryFormatSetsTheFlag) {
-    const fs::path dir = fs::temp_directory_path() / ("ql_stats_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    test::TempFolder dir;
     grids::WindowState state;
     state.lvwGrid[1].addColumn("Table");
     for (short format : {1, 2, 3, 0}) {
-        state.OutputPath = (dir / ("r" + std::to_string(format))).string();
-        std::ofstream(state.OutputPath, std::ios::binary) << "HEADER\r\n";
+        state.OutputPath = dir.write("r" + std::to_string(format), "HEADER\r\n").string();
         bool written = false;
         report::WriteStatisticsToFile(format, state, "05 March 2025", "14:07", written);
         EXPECT_TRUE(written);
@@ -132,5 +115,4 @@ TEST(StatisticsReport, OnlyTextReportsReceiveTheBodyButEveryFormatSetsTheFlag) {
             EXPECT_EQ(text, "HEADER\r\n") << "format " << format;
         }
     }
-    fs::remove_all(dir);
 }
