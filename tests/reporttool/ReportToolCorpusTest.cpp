@@ -1,21 +1,23 @@
-// The built quarrylantern-report over the whole corpus, checked against the
-// manifest, the details the third-party reader saw, and mdbtools itself.
+// The built quarrylantern-report: its command line, exit statuses, files and
+// JSON, and that each report holds what the window shows after the same run.
+// The grids themselves are checked against the corpus where they are filled.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QXmlStreamReader>
 
 #include <algorithm>
 #include <fstream>
 #include <map>
-#include <set>
 #include <sstream>
 
+#include "analysis/AnalysisRun.h"
+#include "grids/Fillers.h"
+#include "platform/jet/Database.h"
 #include "tests/reporttool/Run.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/HeadlessWindow.h"
 #include "tests/support/TempFolder.h"
 
 namespace ql::test {
@@ -24,15 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kTool = QL_REPORT_TOOL;
-
-// Files that do not open with the default workgroup and no password, and
-// DAO's number for each.
-const std::map<std::string, int> kRefused = {
-    {"j4_pwd2003.mdb", 3031},
-    {"j3_esis_secured.mdb", 3033},
-    {"j3_contour_cdu_secured.mdb", 3033},
-    {"j4_kontener_enc.mdb", 3033},
-};
 
 QJsonObject parseReport(const fs::path& file) {
     QJsonParseError error{};
@@ -53,247 +46,93 @@ std::vector<std::vector<std::string>> gridRows(const QJsonObject& report, int gr
     return rows;
 }
 
-// The names of one kind that the third party's reader saw in the file.
-std::vector<std::string> detailNames(const std::string& file, const char* kind) {
-    const auto text = readFile(corpusDir() / "details" / (file + ".json"));
-    const auto objects = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object()["objects"].toObject();
-    std::vector<std::string> names;
-    for (const auto& v : objects[kind].toArray())
-        names.push_back((v.isObject() ? v.toObject()["name"] : v).toString().toStdString());
-    return names;
-}
-
-std::vector<std::string> sorted(std::vector<std::string> v) {
-    std::sort(v.begin(), v.end());
-    return v;
-}
-
-std::vector<std::string> without(const std::vector<std::string>& names, const char* part) {
-    std::vector<std::string> out;
-    for (const auto& n : names)
-        if (n.find(part) == std::string::npos) out.push_back(n);
-    return out;
-}
-
-std::vector<std::string> runArgs(std::vector<std::string> head, const std::vector<fs::path>& files) {
-    for (const auto& f : files) head.push_back(f.string());
-    return head;
-}
-
-// mdbtools' rows of a table, header first, binary cells in hex. Rows end in
-// a record separator, since memo cells may hold line ends.
-std::vector<std::vector<std::string>> mdbExport(const fs::path& file, const std::string& table) {
-    const auto run = runProgram({"mdb-export", "-d", "\t", "-R", "\x1e", "-Q", "-b", "hex", file.string(), table});
+// The window's grid as its view shows it: one cell per column header.
+std::vector<std::vector<std::string>> shownRows(const grids::Grid& grid) {
     std::vector<std::vector<std::string>> rows;
-    std::istringstream in(run.out);
-    std::string line;
-    while (std::getline(in, line, '\x1e')) {
-        std::vector<std::string> cells{{}};
-        for (const char c : line) {
-            if (c == '\t')
-                cells.emplace_back();
-            else
-                cells.back().push_back(c);
-        }
-        rows.push_back(cells);
+    for (const grids::GridRow& row : grid.rows()) {
+        rows.push_back({row.text});
+        for (int c = 1; c < grid.columnCount(); ++c) rows.back().push_back(row.subItem(c));
     }
     return rows;
 }
 
-struct FileFacts {
-    std::string bytes;
-    timespec mtime{};
-};
+// A few databases, a missing one, one with a password and one that is no Jet
+// database, in one run with the timings and in one with the control queries.
+// The failed ones fail with DAO's error and the run says so in its status;
+// each other report holds the grids, lists and messages the window has after
+// the same analysis with the same control box.
+TEST(ReportTool, EachReportHoldsWhatTheWindowShowsAndOnlyTheFailedOnesFail) {
+    const std::vector<std::string> analysed = {"j3_nwind_psc_trim.mdb", "j4_admfinanceiro.mdb", "j4_database41.mde"};
+    const std::map<std::string, int> refused = {{"missing.mdb", 3024}, {"j4_pwd2003.mdb", 3031},
+                                                {"ace_pcinventory.accdb", 3343}};
+    const std::pair<int, const char*> lists[] = {{0, "tables"}, {1, "queries"}, {2, "indexes"}, {3, "relationships"},
+                                                 {4, "fields"}, {5, "forms"},   {6, "reports"}, {7, "macros"},
+                                                 {8, "modules"}, {11, "pages"}};
+    for (const bool temp : {false, true}) {
+        SCOPED_TRACE(temp ? "--temp-queries" : "--timings");
+        TempFolder out;
+        std::vector<std::string> argv{kTool, temp ? "--temp-queries" : "--timings", "--output", out.path().string()};
+        for (const auto& name : analysed) argv.push_back(corpusFile(name).string());
+        for (const auto& [name, number] : refused)
+            argv.push_back(name == "missing.mdb" ? (out / name).string() : corpusFile(name).string());
+        const ProgramRun run = runProgram(argv);
+        EXPECT_EQ(run.status, 1) << run.err;
 
-FileFacts facts(const fs::path& file) {
-    FileFacts f;
-    f.bytes = TempFolder::read(file);
-    struct stat st {};
-    if (stat(file.c_str(), &st) == 0) f.mtime = st.st_mtim;
-    return f;
-}
-
-// Two runs over every Jet database in one process each: the first plain
-// with a missing database among them and the timings on, the second with
-// the control queries and the files that are no Jet database at all.
-class ReportToolCorpus : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        folder = new TempFolder;
-        for (const auto& name : jetDatabases()) {
-            jetFiles.push_back(corpusFile(name));
-            before[name] = facts(corpusFile(name));
+        for (const auto& [name, number] : refused) {
+            const QJsonObject r = parseReport(out / (name + ".json"));
+            EXPECT_FALSE(r["opened"].toBool()) << name;
+            EXPECT_EQ(r["error"]["number"].toInt(), number) << name;
+            EXPECT_EQ(r["grids"].toArray().size(), 12) << name;
+            EXPECT_NE(run.err.find(name + ": cannot open: error " + std::to_string(number)), std::string::npos) << run.err;
         }
-        missing = *folder / "missing.mdb";
+        for (const auto& name : analysed) {
+            SCOPED_TRACE(name);
+            HeadlessWindow w;
+            w.controls.qryControl = temp ? grids::kChecked : grids::kUnchecked;
+            w.state.IncludeTempQueries = temp ? grids::kTrue : grids::kFalse;
+            w.open(corpusFile(name));
+            analysis::cmdAnalyse_Click(w.ctx);
 
-        auto first = jetFiles;
-        first.insert(first.begin() + 3, missing);
-        plain = runProgram(runArgs({kTool, "--timings", "--output", (*folder / "plain").string()}, first));
-
-        auto second = jetFiles;
-        for (const auto& name : nonJetFiles()) second.push_back(corpusFile(name));
-        withTemp = runProgram(
-            runArgs({kTool, "--temp-queries", "--output=" + (*folder / "temp").string()}, second));
-    }
-    static void TearDownTestSuite() {
-        delete folder;
-        folder = nullptr;
-    }
-
-    static QJsonObject report(const char* run, const std::string& file) {
-        return parseReport(*folder / run / (file + ".json"));
-    }
-
-    static inline TempFolder* folder = nullptr;
-    static inline std::vector<fs::path> jetFiles;
-    static inline fs::path missing;
-    static inline std::map<std::string, FileFacts> before;
-    static inline ProgramRun plain;
-    static inline ProgramRun withTemp;
-};
-
-TEST_F(ReportToolCorpus, EveryDatabaseIsAnalysedOrFailsWithDaosErrorAndStaysUntouched) {
-    EXPECT_EQ(plain.status, 1) << plain.err;
-    EXPECT_EQ(withTemp.status, 1) << withTemp.err;
-    const QJsonObject gone = report("plain", "missing.mdb");
-    EXPECT_FALSE(gone["opened"].toBool());
-    EXPECT_EQ(gone["error"]["number"].toInt(), 3024);
-    EXPECT_NE(plain.err.find(missing.string() + ": cannot open: error 3024"), std::string::npos) << plain.err;
-    for (const auto& name : nonJetFiles()) {
-        const QJsonObject r = report("temp", name);
-        EXPECT_EQ(r["error"]["number"].toInt(), 3343) << name;
-    }
-
-    for (const auto& name : jetDatabases()) {
-        SCOPED_TRACE(name);
-        const FileFacts after = facts(corpusFile(name));
-        EXPECT_TRUE(after.bytes == before[name].bytes);
-        EXPECT_EQ(after.mtime.tv_sec, before[name].mtime.tv_sec);
-        EXPECT_EQ(after.mtime.tv_nsec, before[name].mtime.tv_nsec);
-
-        const QJsonObject r = report("plain", name);
-        EXPECT_EQ(r["grids"].toArray().size(), 12);
-        if (const auto refused = kRefused.find(name); refused != kRefused.end()) {
-            EXPECT_FALSE(r["opened"].toBool());
-            EXPECT_EQ(r["error"]["number"].toInt(), refused->second);
-            continue;
-        }
-        EXPECT_TRUE(r["opened"].toBool());
-        EXPECT_FALSE(r["aborted"].toBool()) << r["error"]["description"].toString().toStdString();
-        // The run ends with its message, and a run with errors says so (the
-        // module scan may have shown boxes of its own before).
-        std::vector<std::string> titles;
-        for (const auto& m : r["messages"].toArray()) titles.push_back(m.toObject()["title"].toString().toStdString());
-        const bool errors = r["error_count"].toInt() > 0;
-        ASSERT_GE(titles.size(), errors ? 2u : 1u);
-        EXPECT_EQ(titles[titles.size() - (errors ? 2 : 1)], "Collected Information");
-        EXPECT_EQ(titles.back() == "DATABASE ERRORS", errors);
-        EXPECT_EQ(r["error_log"].toArray().size(), r["error_count"].toInt());
-    }
-
-    for (const char* stage : {"open ", "run start ", "Checking Database.... ", "Checking Modules.... ", "Ready ",
-                              "write report ", "total "})
-        EXPECT_NE(plain.err.find(stage), std::string::npos) << stage;
-    EXPECT_EQ(plain.err.find("Selecting...."), std::string::npos);
-    EXPECT_NE(plain.err.find("timings: all " + std::to_string(jetFiles.size() + 1) + " databases"), std::string::npos);
-}
-
-TEST_F(ReportToolCorpus, ListsAndCountRowsAgreeWithTheManifest) {
-    const std::pair<int, const char*> counted[] = {{1, "tables"},  {2, "fields"},        {4, "indexes"},
-                                                   {5, "macros"},  {6, "modules"},       {7, "relationships"},
-                                                   {8, "queries"}};
-    for (const auto& name : jetDatabases()) {
-        if (kRefused.count(name)) continue;
-        SCOPED_TRACE(name);
-        const auto& row = manifest().at(name);
-        const QJsonObject r = report("plain", name), rTemp = report("temp", name);
-        const QJsonObject lists = r["lists"].toObject();
-
-        EXPECT_EQ(lists["tables"].toArray().size(), row.number("tables_local") + row.number("tables_system_flagged"));
-        for (const char* kind : {"forms", "reports", "macros", "modules", "relationships"})
-            EXPECT_EQ(lists[kind].toArray().size(), row.number(kind)) << kind;
-        EXPECT_EQ(sorted(strings(lists["pages"])), sorted(without(detailNames(name, "daps"), "~TMP")));
-
-        // "~" anywhere keeps a query out of the list unless asked for; the
-        // grid leaves out only names that begin with it.
-        const auto queries = detailNames(name, "queries");
-        const auto listed = strings(lists["queries"]);
-        EXPECT_EQ(static_cast<int>(queries.size()), row.number("queries"));
-        EXPECT_EQ(sorted(listed), sorted(without(queries, "~")));
-        EXPECT_LE(row.number("queries_hidden_sq"), static_cast<int>(queries.size() - listed.size()));
-        EXPECT_EQ(sorted(strings(rTemp["lists"]["queries"])), sorted(queries));
-        const auto leading = std::count_if(queries.begin(), queries.end(), [](auto& q) { return q.rfind('~', 0) == 0; });
-        if (!listed.empty()) {
-            EXPECT_EQ(gridRows(r, 8).size() - 1, queries.size() - leading);
-            EXPECT_EQ(gridRows(rTemp, 8).size() - 1, queries.size());
-        }
-
-        for (const QJsonObject* run : {&r, &rTemp}) {
-            for (const auto& [grid, list] : counted) {
-                SCOPED_TRACE(list);
-                const auto rows = gridRows(*run, grid);
-                const auto entries = (*run)["lists"][list].toArray().size();
-                if (entries == 0) {
-                    EXPECT_TRUE(rows.empty());
-                    continue;
-                }
-                ASSERT_FALSE(rows.empty());
-                EXPECT_EQ(rows[0][1], std::to_string(entries));
+            const QJsonObject r = parseReport(out / (name + ".json"));
+            EXPECT_TRUE(r["opened"].toBool());
+            EXPECT_FALSE(r["aborted"].toBool()) << r["error"]["description"].toString().toStdString();
+            ASSERT_FALSE(gridRows(r, grids::kGridDatabase).empty());
+            for (int g = 0; g < grids::kGridCount; ++g) {
+                const grids::Grid& grid = w.state.lvwGrid[static_cast<std::size_t>(g)];
+                std::vector<std::string> columns;
+                for (const auto& column : grid.columns()) columns.push_back(column.text);
+                EXPECT_EQ(strings(r["grids"].toArray()[g].toObject()["columns"]), columns) << "grid " << g;
+                EXPECT_EQ(gridRows(r, g), shownRows(grid)) << "grid " << g;
             }
-        }
-    }
-}
-
-// Two tables whose stored count Access left stale: mdb-count gives the
-// stored count, the grid the live rows, which mdb-export lists.
-const std::set<std::pair<std::string, std::string>> kStaleCounts = {
-    {"j3_arabic.mdb", "Report"},
-    {"j4_babnach_ru.mdb", "\xD1\x81\xD0\xBE\xD1\x82\xD1\x80\xD1\x83\xD0\xB4\xD0\xBD\xD0\xBA\xD0\xB8"},
-};
-
-TEST_F(ReportToolCorpus, RecordCountsAndRelationshipRowsAgreeWithMdbtools) {
-    std::size_t stale = 0;
-    for (const auto& name : jetDatabases()) {
-        if (kRefused.count(name)) continue;
-        SCOPED_TRACE(name);
-        const auto rows = gridRows(report("plain", name), 1);
-        for (std::size_t i = 1; i < rows.size(); ++i) {
-            const auto& table = rows[i][0];
-            if (kStaleCounts.count({name, table})) {
-                ++stale;
-                EXPECT_EQ(rows[i][1], std::to_string(mdbExport(corpusFile(name), table).size() - 1)) << table;
-                continue;
+            for (const auto& [index, list] : lists) {
+                std::vector<std::string> entries;
+                for (const auto& entry : w.state.lstData[static_cast<std::size_t>(index)].entries())
+                    entries.push_back(entry.text);
+                EXPECT_EQ(strings(r["lists"][list]), entries) << list;
             }
-            EXPECT_EQ(rows[i][1] + "\n", runProgram({"mdb-count", corpusFile(name).string(), table}).out) << table;
+            // The queries array follows the queries grid's choice.
+            const auto queryRows = gridRows(r, 8);
+            EXPECT_EQ(static_cast<std::size_t>(r["queries"].toArray().size()), queryRows.empty() ? 0 : queryRows.size() - 1);
+            EXPECT_EQ(r["error_count"].toInt(), w.state.ErrorCount);
+            EXPECT_EQ(strings(r["error_log"]).size(), w.errorLogLines().size());
+            std::vector<std::string> titles, windowTitles;
+            for (const auto& m : r["messages"].toArray()) titles.push_back(m.toObject()["title"].toString().toStdString());
+            for (const auto& m : w.ui.messages) windowTitles.push_back(m.title);
+            EXPECT_EQ(titles, windowTitles);
         }
-    }
-    EXPECT_EQ(stale, kStaleCounts.size());
-
-    // Each relationship is listed once per record of its table pair for
-    // every distinct relationship of that pair.
-    for (const char* name : {"j4_avtovokzal_multicol.mdb", "j4_stock_th.mdb"}) {
-        SCOPED_TRACE(name);
-        const auto records = mdbExport(corpusFile(name), "MSysRelationships");
-        ASSERT_GT(records.size(), 1u);
-        const auto& header = records[0];
-        auto column = [&](const char* n) { return std::find(header.begin(), header.end(), n) - header.begin(); };
-        const auto rel = column("szRelationship"), from = column("szObject"), to = column("szReferencedObject");
-        std::map<std::pair<std::string, std::string>, std::vector<std::vector<std::string>>> byPair;
-        std::set<std::vector<std::string>> distinct;
-        for (std::size_t i = 1; i < records.size(); ++i) {
-            const auto& r = records[i];
-            byPair[{r[from], r[to]}].push_back({r[rel], r[from], r[to]});
-            distinct.insert({r[from], r[to], r[rel]});
+        // This file's temporary queries are listed only when asked for.
+        const QJsonObject finance = parseReport(out / "j4_admfinanceiro.mdb.json");
+        const auto queries = strings(finance["lists"]["queries"]);
+        EXPECT_EQ(std::any_of(queries.begin(), queries.end(), [](auto& q) { return q.find('~') != q.npos; }), temp);
+        if (!temp) {
+            for (const char* stage : {"open ", "run start ", "Checking Database.... ", "Checking Modules.... ",
+                                      "Ready ", "write report ", "total "})
+                EXPECT_NE(run.err.find(stage), std::string::npos) << stage;
+            EXPECT_EQ(run.err.find("Selecting...."), std::string::npos);
+            EXPECT_NE(run.err.find("timings: all 6 databases"), std::string::npos);
+        } else {
+            EXPECT_EQ(run.err.find("timings:"), std::string::npos);
         }
-        std::multiset<std::vector<std::string>> expected;
-        for (const auto& d : distinct)
-            for (const auto& row : byPair[{d[0], d[1]}]) expected.insert(row);
-
-        auto rows = gridRows(report("plain", name), 7);
-        ASSERT_FALSE(rows.empty());
-        rows.erase(rows.begin());
-        EXPECT_EQ(std::multiset<std::vector<std::string>>(rows.begin(), rows.end()), expected);
-        EXPECT_GT(rows.size(), distinct.size()) << "the file shows no repetition";
     }
 }
 
@@ -304,16 +143,14 @@ TEST(ReportTool, AnUnhandledErrorEndsOnlyItsOwnRun) {
     const fs::path damaged = out / "damaged.mdb";
     fs::copy_file(corpusFile("j3_afr.mdb"), damaged);
     fs::permissions(damaged, fs::perms::owner_write, fs::perm_options::add);
-    const auto objects = mdbExport(damaged, "MSysObjects");
-    const auto& header = objects.at(0);
-    const auto column = [&](const char* n) { return std::find(header.begin(), header.end(), n) - header.begin(); };
-    const auto table = std::find_if(objects.begin() + 1, objects.end(), [&](const auto& row) {
-        return row.size() == header.size() && row[column("Type")] == "1" &&
-               row[column("Name")].find("MSys") == std::string::npos;
-    });
-    ASSERT_NE(table, objects.end());
+    std::uint32_t page = 0;
+    const jet::Database original = jet::Database::open(corpusFile("j3_afr.mdb"));
+    for (const jet::CatalogEntry& entry : original.catalogue())
+        if (!page && entry.type == jet::kObjectLocalTable && entry.name.find("MSys") == std::string::npos)
+            page = entry.tdefPage();
+    ASSERT_NE(page, 0u);
     std::fstream file(damaged, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekp(std::stol(table->at(column("Id"))) * 2048);  // a Jet 3 page
+    file.seekp(static_cast<std::streamoff>(page) * 2048);  // a Jet 3 page
     file.write(std::string(2048, '\0').data(), 2048);
     file.close();
 
@@ -396,9 +233,6 @@ TEST(ReportTool, FileFormatsKeepEachDatabasesReportAndLog) {
             }
             if (std::string(format) == "xml") {
                 EXPECT_EQ(occurrences(text, "</Quarrylantern>"), 1u);
-                QXmlStreamReader xml(QByteArray::fromStdString(text));
-                while (!xml.atEnd()) xml.readNext();
-                EXPECT_FALSE(xml.hasError()) << xml.errorString().toStdString();
             }
             if (std::string(format) == "xls") {
                 EXPECT_EQ(text.substr(0, 8), std::string("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8));
