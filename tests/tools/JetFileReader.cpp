@@ -84,16 +84,15 @@ std::vector<std::uint32_t> JetFileReader::usageMapPages(const std::vector<std::u
     return out;
 }
 
-std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t root, std::size_t keySize) const
+std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t root) const
 {
     // Entry boundaries come from the page bitmap, read the way mdbtools reads it.
-    // keySize 0: keys of any length (nulls are one byte), the entry's tail is the pointer.
-    auto entries = [&](const std::uint8_t* p, std::size_t entrySize) {
+    // Keys of any length (nulls are one byte); the entry's tail is the pointer.
+    auto entries = [&](const std::uint8_t* p) {
         std::vector<std::pair<std::size_t, std::size_t>> spans;
         std::size_t start = 0;
         for (std::size_t k = 1; k < (0x1E0 - 0x1B) * 8; ++k) {
             if (p[0x1B + k / 8] >> (k % 8) & 1) {
-                if (keySize && k - start != entrySize) throw std::runtime_error("index entry of unexpected size");
                 spans.emplace_back(0x1E0 + start, k - start);
                 start = k;
             }
@@ -103,7 +102,7 @@ std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t
     std::uint32_t pg = root;
     for (int depth = 0; page(pg)[0] == 0x03; ++depth) {
         if (depth > 10) throw std::runtime_error("index too deep");
-        const auto spans = entries(page(pg), keySize + 8);
+        const auto spans = entries(page(pg));
         if (spans.empty()) throw std::runtime_error("empty node page");
         const std::uint8_t* e = page(pg) + spans.front().first + spans.front().second - 4;
         pg = std::uint32_t(e[0]) << 24 | std::uint32_t(e[1]) << 16 | std::uint32_t(e[2]) << 8 | e[3];
@@ -112,7 +111,7 @@ std::vector<JetFileReader::IndexEntry> JetFileReader::indexEntries(std::uint32_t
     for (std::uint32_t hops = 0; pg; ++hops) {
         const std::uint8_t* p = page(pg);
         if (p[0] != 0x04 || hops > pageCount()) throw std::runtime_error("broken leaf chain");
-        for (const auto& [at, len] : entries(p, keySize + 4)) {
+        for (const auto& [at, len] : entries(p)) {
             if (len < 5) throw std::runtime_error("index entry too short");
             const std::uint8_t* e = p + at;
             const std::size_t k = len - 4;

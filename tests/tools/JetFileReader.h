@@ -28,8 +28,7 @@ public:
         std::uint32_t pointer;
     };
     // Every leaf entry of the index rooted at `root`, leftmost leaf first then along the chain.
-    // A `keySize` other than 0 requires every key to have that length.
-    std::vector<IndexEntry> indexEntries(std::uint32_t root, std::size_t keySize) const;
+    std::vector<IndexEntry> indexEntries(std::uint32_t root) const;
 
 private:
     // Mapped, so that a sparse test file of many empty pages costs nothing to open.

@@ -103,7 +103,7 @@ TEST(IndexSorter, SpilledRunsGiveTheOrderOfOneSort)
     }
     const JetFileReader r(path);
     for (std::uint32_t root : roots) {
-        const auto entries = r.indexEntries(root, 0);
+        const auto entries = r.indexEntries(root);
         ASSERT_EQ(want.size(), entries.size());
         for (std::size_t i = 0; i < want.size(); ++i) {
             ASSERT_EQ(want[i].first, Bytes(entries[i].key.begin(), entries[i].key.end())) << "entry " << i;
@@ -138,7 +138,7 @@ TEST(GeneratedIndexes, EveryOrdersIndexListsEveryRowOnceInKeyOrder)
                                           [&](const ql::jet::LogicalIndex& li) { return li.name == def.indexes[ix].name; });
         ASSERT_NE(logical, stored.indexes.end());
         const ql::jet::RealIndex& real = stored.realIndexes.at(logical->realIndex);
-        const auto entries = r.indexEntries(real.rootPage, 0);
+        const auto entries = r.indexEntries(real.rootPage);
         ASSERT_EQ(rep.orderRows, entries.size());
         std::set<std::uint32_t> pointers;
         std::set<Bytes> keys;

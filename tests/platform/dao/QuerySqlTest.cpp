@@ -1,6 +1,6 @@
-// QueryDef.SQL for the constructs the real files do not show (nested joins,
-// several conditions of one pair and crosstabs are checked on real files),
-// built from the smallest set of rows that holds them.
+// QueryDef.SQL for the constructs the real files do not show (the clause
+// order, nested joins, several conditions of one pair and crosstabs are
+// checked on real files), built from the smallest set of rows that holds them.
 #include <gtest/gtest.h>
 
 #include "platform/dao/QuerySql.h"
@@ -62,16 +62,6 @@ TEST(QuerySqlSelect, PredicatesComeInAccessOrder) {
     EXPECT_EQ(with(options(0x10)), "SELECT T.a\r\nFROM T;\r\n");
     EXPECT_EQ(with(options(0x01)), "SELECT T.a, *\r\nFROM T;\r\n");
     EXPECT_EQ(with(options(0x04)), "SELECT T.a\r\nFROM T\r\nWITH OWNERACCESS OPTION;\r\n");
-}
-
-TEST(QuerySqlSelect, ClausesInOrderWithDescendingSorts) {
-    const std::vector<QueryRow> rows = {
-        kind(1),          source("T"), column("T.a"), column("Sum(T.b)", "Total"), row(attr::Where, 0, 0, "(T.a>1)"),
-        row(attr::GroupBy, 0, 0, "T.a"), row(attr::Having, 0, 0, "(Sum(T.b)>2)"), row(attr::OrderBy, 0, 0, "T.a"),
-        row(attr::OrderBy, "d", 0, "Sum(T.b)")};
-    EXPECT_EQ(sql(rows),
-              "SELECT T.a, Sum(T.b) AS Total\r\nFROM T\r\nWHERE (T.a>1)\r\nGROUP BY T.a\r\nHAVING (Sum(T.b)>2)\r\n"
-              "ORDER BY T.a, Sum(T.b) DESC;\r\n");
 }
 
 TEST(QuerySqlSelect, NamesThatAreNotPlainWordsAreBracketed) {
