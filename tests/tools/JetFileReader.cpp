@@ -1,7 +1,5 @@
 #include "tests/tools/JetFileReader.h"
 
-#include "tools/jetwriter/Header.h"
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -39,14 +37,6 @@ const std::uint8_t* JetFileReader::page(std::uint32_t n) const
 {
     if (n >= pageCount()) throw std::out_of_range("page " + std::to_string(n) + " past the end");
     return data_ + std::size_t(n) * 4096;
-}
-
-std::vector<std::uint8_t> JetFileReader::header() const
-{
-    std::vector<std::uint8_t> h(page(0), page(0) + 4096);
-    const auto mask = headerMask(128);
-    for (std::size_t i = 0; i < 128; ++i) h[0x18 + i] ^= mask[i];
-    return h;
 }
 
 std::vector<std::uint8_t> JetFileReader::row(std::uint32_t pointer) const

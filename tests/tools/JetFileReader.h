@@ -16,8 +16,6 @@ public:
     JetFileReader& operator=(const JetFileReader&) = delete;
     std::size_t pageCount() const { return size_ / 4096; }
     const std::uint8_t* page(std::uint32_t n) const;
-    // Page 0 with the masked area restored.
-    std::vector<std::uint8_t> header() const;
     // The bytes of a row (page << 8 | row), honouring the row-offset table.
     std::vector<std::uint8_t> row(std::uint32_t pointer) const;
     // Pages a usage-map row marks (inline or reference form).
