@@ -15,10 +15,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <functional>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <set>
 
 #include "tests/robustness/Child.h"
@@ -26,9 +27,6 @@
 #include "tests/robustness/Walk.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
-#ifdef QL_ROBUSTNESS_FULL_RUN
-#include "tests/robustness/FullRun.h"
-#endif
 
 namespace fs = std::filesystem;
 using namespace ql::robustness;
@@ -37,8 +35,7 @@ namespace {
 
 unsigned setting(const char* name, unsigned fallback) {
     const char* text = std::getenv(name);
-    if (!text || !*text) return fallback;
-    return static_cast<unsigned>(std::strtoul(text, nullptr, 10));
+    return text && *text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : fallback;
 }
 
 // The errors DAO gives when a file cannot be opened at all.
@@ -46,37 +43,31 @@ const std::set<int> kOpenErrors = {3024, 3028, 3029, 3031, 3033, 3044, 3049, 305
 
 const ChildLimits kLimits{1024ull * 1024 * 1024, 60};
 
+// How the inputs ended, by stage, damage and ending ("walk, zeroed page:
+// partial"), with the DAO numbers of the failed opens and the peak memory.
 struct Tally {
     int inputs = 0;
-    int fullRuns = 0;
-    std::map<std::string, int> endings;     // "walk: partial" ...
-    std::map<int, int> openErrors;          // DAO number -> inputs
-    std::map<std::string, int> byDamage;    // "zeroed page: error at open" ...
+    std::map<std::string, int> endings;
+    std::map<int, int> openErrors;
     long peakRssKb = 0;
 
-    void add(const std::string& stage, Ending ending, int openError, DamageKind kind, long rssKb) {
-        ++endings[stage + ": " + endingName(ending)];
-        if (ending == Ending::OpenError) ++openErrors[openError];
-        ++byDamage[std::string(damageName(kind)) + ": " + endingName(ending)];
+    void add(const char* stage, const Outcome& o, DamageKind kind, long rssKb) {
+        ++endings[std::string(stage) + ", " + damageName(kind) + ": " + endingName(o.ending)];
+        if (o.ending == Ending::OpenError) ++openErrors[o.openError];
         peakRssKb = std::max(peakRssKb, rssKb);
     }
     void merge(const Tally& other) {
         inputs += other.inputs;
-        fullRuns += other.fullRuns;
         for (const auto& [k, v] : other.endings) endings[k] += v;
         for (const auto& [k, v] : other.openErrors) openErrors[k] += v;
-        for (const auto& [k, v] : other.byDamage) byDamage[k] += v;
         peakRssKb = std::max(peakRssKb, other.peakRssKb);
     }
     std::string text() const {
-        std::string out = std::to_string(inputs) + " damaged inputs, " + std::to_string(fullRuns) +
-                          " of them also through the whole analysis; peak RSS of a child " +
-                          std::to_string(peakRssKb / 1024) + " MiB\n";
-        for (const auto& [k, v] : endings) out += "  " + k + ": " + std::to_string(v) + "\n";
-        out += "  open errors:";
+        std::string out = std::to_string(inputs) + " damaged inputs; peak RSS of a child " +
+                          std::to_string(peakRssKb / 1024) + " MiB\n  open errors:";
         for (const auto& [k, v] : openErrors) out += " " + std::to_string(k) + "x" + std::to_string(v);
         out += "\n";
-        for (const auto& [k, v] : byDamage) out += "    " + k + ": " + std::to_string(v) + "\n";
+        for (const auto& [k, v] : endings) out += "    " + k + ": " + std::to_string(v) + "\n";
         return out;
     }
 };
@@ -105,23 +96,9 @@ void keep(const std::string& file, const Damage& damage, const std::string& byte
     fs::path folder = fs::path(QL_TEST_BINARY_DIR) / "damaged-inputs";
     fs::create_directories(folder);
     std::string label = damage.label();
-    for (char& c : label)
-        if (c == ' ') c = '-';
+    std::replace(label.begin(), label.end(), ' ', '-');
     std::ofstream(folder / (file + "-" + label + fs::path(file).extension().string()), std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-// A workgroup file is damaged as the workgroup of a database: its own where
-// the corpus has one, otherwise a plain database of its Jet version.
-// Databases open without a workgroup: their own workgroups keep a password
-// on Admin, which would stop every open before the database is read.
-const std::map<std::string, std::string> kWorkgroupOf = {{"j3_esis_secured.mdb", "j3_esis.mdw"},
-                                                         {"j3_contour_cdu_secured.mdb", "j3_mission.mdw"}};
-
-std::string partnerDatabase(const std::string& workgroup) {
-    for (const auto& [database, w] : kWorkgroupOf)
-        if (w == workgroup) return database;
-    return workgroup.rfind("j3_", 0) == 0 ? "j3_querytest.mdb" : "j4_querytest2003.mdb";
 }
 
 class DamagedFiles : public ::testing::TestWithParam<std::string> {};
@@ -129,120 +106,91 @@ class DamagedFiles : public ::testing::TestWithParam<std::string> {};
 TEST_P(DamagedFiles, EndInAnOpenErrorOrAFinishedRun) {
     const std::string name = GetParam();
     const JetImage image(ql::test::readFile(ql::test::corpusFile(name)));
-    const unsigned seed = setting("QL_DAMAGE_SEED", 20261123);
-    std::mt19937 random(seed ^ static_cast<unsigned>(std::hash<std::string>{}(name)));
+    std::mt19937 random(setting("QL_DAMAGE_SEED", 20261123) ^ static_cast<unsigned>(std::hash<std::string>{}(name)));
     std::vector<Damage> damages = image.truncations(64, setting("QL_DAMAGE_CUTS", 4), random);
     for (const Damage& d : image.pageDamages(setting("QL_DAMAGE_PAGES", 24), random)) damages.push_back(d);
     const unsigned fullEvery = std::max(1u, setting("QL_DAMAGE_FULL_EVERY", 4));
 
     ql::test::TempFolder folder;
     const fs::path path = folder / ("damaged" + fs::path(name).extension().string());
-    Tally tally;
-    // Which file of the pair is damaged: (database, workgroup) to open.
+    // A damaged workgroup file is the workgroup of an undamaged database.
     const bool isWorkgroup = fs::path(name).extension() == ".mdw";
-    auto pair = [&](const std::string& damaged) -> std::pair<std::string, std::string> {
-        if (isWorkgroup) return {ql::test::corpusFile(partnerDatabase(name)).string(), damaged};
-        return {damaged, std::string()};
+    // The outcome of `file` read in a child; none when the child ended badly.
+    auto read = [&](bool full, const std::string& file, long& rssKb) -> std::optional<Outcome> {
+        const ChildResult result = runInChild(
+            [&](int fd) {
+                const std::string database = isWorkgroup ? ql::test::corpusFile(partnerDatabase(name)).string() : file;
+                const std::string workgroup = isWorkgroup ? file : std::string();
+                writeAll(fd, encode(full ? runAnalysis(database, workgroup) : walkDatabase(database, workgroup)));
+                return 0;
+            },
+            kLimits);
+        rssKb = result.maxRssKb;
+        Outcome outcome;
+        if (result.exited && result.exitCode == 0 && decode(result.report, outcome)) return outcome;
+        ADD_FAILURE() << name << ", " << (full ? "the analysis" : "reading") << " ended badly: " << result.describe();
+        return std::nullopt;
     };
+    // Some real files have errors of their own (compiled-only modules,
+    // secured objects): a damaged copy that ends exactly as the original
+    // did counts as complete.
+    auto classify = [](Outcome& o, const Outcome& original) {
+        if (o.ending == Ending::OpenError) return;
+        const bool same = o.errors == original.errors && o.logLines == original.logLines &&
+                          o.unhandled == original.unhandled && o.message == original.message;
+        o.ending = same ? Ending::Complete : Ending::Partial;
+    };
+    long rssKb = 0;
+    const std::optional<Outcome> originalWalk = read(false, ql::test::corpusFile(name).string(), rssKb);
+    const std::optional<Outcome> originalRun = read(true, ql::test::corpusFile(name).string(), rssKb);
+    ASSERT_TRUE(originalWalk && originalRun) << name << " itself";
 
-    // The undamaged file's own outcome: some real files have errors of their
-    // own (compiled-only modules, secured objects), and a damaged copy whose
-    // read ends exactly as the original's did counts as complete.
-    auto walkChild = [&](const std::string& file) {
-        return runInChild(
-            [&](int fd) {
-                const auto [database, workgroup] = pair(file);
-                writeAll(fd, encode(walkDatabase(database, workgroup)));
-                return 0;
-            },
-            kLimits);
-    };
-    WalkOutcome original;
-    const ChildResult originalWalk = walkChild(ql::test::corpusFile(name).string());
-    ASSERT_TRUE(originalWalk.exited && originalWalk.exitCode == 0 && decode(originalWalk.report, original))
-        << name << " itself: " << originalWalk.describe();
-    auto classify = [&](WalkOutcome& o) {
-        if (o.ending != Ending::OpenError && o.ending == original.ending && o.errors == original.errors &&
-            o.firstError == original.firstError)
-            o.ending = Ending::Complete;
-        else if (o.ending != Ending::OpenError)
-            o.ending = Ending::Partial;
-    };
-#ifdef QL_ROBUSTNESS_FULL_RUN
-    auto runChild = [&](const std::string& file) {
-        return runInChild(
-            [&](int fd) {
-                const auto [database, workgroup] = pair(file);
-                writeAll(fd, encode(runAnalysis(database, workgroup)));
-                return 0;
-            },
-            kLimits);
-    };
-    RunOutcome originalRun;
-    const ChildResult originalFull = runChild(ql::test::corpusFile(name).string());
-    ASSERT_TRUE(originalFull.exited && originalFull.exitCode == 0 && decode(originalFull.report, originalRun))
-        << name << " itself, whole analysis: " << originalFull.describe();
-#endif
+    Tally tally;
     for (std::size_t i = 0; i < damages.size(); ++i) {
         const Damage& damage = damages[i];
         const std::string bytes = image.apply(damage, random);
         std::ofstream(path, std::ios::binary | std::ios::trunc)
             .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         ++tally.inputs;
+        SCOPED_TRACE(damage.label());
 
-        const ChildResult walk = walkChild(path.string());
-        WalkOutcome outcome;
-        if (!walk.exited || walk.exitCode != 0 || !decode(walk.report, outcome)) {
-            ADD_FAILURE() << name << ", " << damage.label() << ": reading ended badly: " << walk.describe();
+        std::optional<Outcome> walk = read(false, path.string(), rssKb);
+        if (!walk) {
             keep(name, damage, bytes);
             continue;
         }
-        if (outcome.ending == Ending::OpenError) {
-            EXPECT_TRUE(kOpenErrors.count(outcome.openError))
-                << name << ", " << damage.label() << ": open failed with " << outcome.openError << " "
-                << outcome.firstError;
+        if (walk->ending == Ending::OpenError) {
+            EXPECT_TRUE(kOpenErrors.count(walk->openError)) << "open failed with " << walk->openError << " " << walk->message;
         }
-        classify(outcome);
-        tally.add("walk", outcome.ending, outcome.openError, damage.kind, walk.maxRssKb);
+        classify(*walk, *originalWalk);
+        tally.add("walk", *walk, damage.kind, rssKb);
 
-#ifdef QL_ROBUSTNESS_FULL_RUN
-        // Cuts are many and alike: half as many of them go through the
-        // whole analysis as of the page damages.
-        const unsigned every = damage.kind == DamageKind::Truncated ? 2 * fullEvery : fullEvery;
-        if (i % every != 0) continue;
-        ++tally.fullRuns;
-        const ChildResult run = runChild(path.string());
-        RunOutcome full;
-        if (!run.exited || run.exitCode != 0 || !decode(run.report, full)) {
-            ADD_FAILURE() << name << ", " << damage.label() << ": the analysis ended badly: " << run.describe();
+        // Cuts are many and alike: half as many of them go through the whole
+        // analysis as of the page damages.
+        if (i % (damage.kind == DamageKind::Truncated ? 2 * fullEvery : fullEvery) != 0) continue;
+        std::optional<Outcome> full = read(true, path.string(), rssKb);
+        if (!full) {
             keep(name, damage, bytes);
             continue;
         }
-        // The same file opens or fails the same way whoever opens it.
-        EXPECT_EQ(full.ending == Ending::OpenError, outcome.ending == Ending::OpenError)
-            << name << ", " << damage.label();
-        // Whatever the run could not read, its error log says so.
-        if (full.errorCount > 0) {
-            EXPECT_GT(full.logLines, 0) << name << ", " << damage.label() << ": errors counted but none logged";
+        // The same file opens or fails the same way whoever opens it, and
+        // whatever the run could not read, its error log says.
+        EXPECT_EQ(full->ending == Ending::OpenError, walk->ending == Ending::OpenError);
+        if (full->errors > 0) {
+            EXPECT_GT(full->logLines, 0) << "errors counted but none logged";
         }
-        if (full.ending != Ending::OpenError)
-            full.ending = full.errorCount == originalRun.errorCount && full.logLines == originalRun.logLines &&
-                                  full.unhandled == originalRun.unhandled
-                              ? Ending::Complete
-                              : Ending::Partial;
-        tally.add("analysis", full.ending, full.openError, damage.kind, run.maxRssKb);
-#else
-        (void)fullEvery;
-#endif
+        classify(*full, *originalRun);
+        tally.add("analysis", *full, damage.kind, rssKb);
     }
-    std::cout << "[damaged files] " << name << " (undamaged: " << endingName(original.ending) << ", "
-              << original.errors << " errors) " << tally.text() << std::flush;
+    std::cout << "[damaged files] " << name << " (undamaged: " << originalWalk->errors << " errors) " << tally.text()
+              << std::flush;
     grandTotal().merge(tally);
 }
 
 std::string testName(const ::testing::TestParamInfo<std::string>& info) {
-    std::string out;
-    for (char c : info.param) out += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    std::string out = info.param;
+    for (char& c : out)
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
     return out;
 }
 

@@ -1,18 +1,15 @@
 // The analysis and its reports never write to the files they read: every
-// corpus file (and every workgroup file, used as the workgroup of a database)
-// goes through the headless report tool, once from a writable copy of the
-// corpus and once from a copy made read-only. Afterwards each file has its
-// bytes, size and modification time, and the only files written are the
-// reports in the output folder: the tool's scratch folder (where its
-// settings file lives) is gone, and the run's home, temporary and working
-// folders are empty.
+// corpus file (each workgroup file as the workgroup of a database) goes
+// through the headless report tool, once from a writable copy of the corpus
+// and once from a read-only one. Afterwards each file keeps its bytes, size
+// and modification time, and only the reports in the output folder were
+// written: no scratch folder or settings file is left in the run's home,
+// temporary or working folder.
 //
-// Read-only means something only to a process the permission bits bind. As
-// root they bind nothing, so the child run makes the copy really read-only:
-// a read-only bind mount in its own mount namespace where the kernel allows
-// one (every write fails with EROFS, root's too), otherwise it gives up root
-// for the "nobody" account before the run (QL_READ_ONLY_BY=nobody picks that
-// way even where the mount would work).
+// As root the permission bits bind nothing, so the child makes the copy
+// really read-only: a read-only bind mount in its own mount namespace where
+// the kernel allows one, otherwise it gives up root for "nobody"
+// (QL_READ_ONLY_BY=nobody picks that way even where the mount would work).
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -29,6 +26,7 @@
 
 #include "app/reporttool/ReportTool.h"
 #include "tests/robustness/Child.h"
+#include "tests/robustness/Walk.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
 
@@ -43,7 +41,6 @@ struct FileState {
     std::string bytes;
     std::uint64_t size = 0;
     std::int64_t mtimeNs = 0;
-    bool operator==(const FileState&) const = default;
 };
 
 FileState stateOf(const fs::path& file) {
@@ -68,8 +65,6 @@ void chownTree(const fs::path& root, uid_t uid) {
     for (const auto& entry : fs::recursive_directory_iterator(root)) ::lchown(entry.path().c_str(), uid, uid);
 }
 
-// One run of the tool over `databases` into `output`, in a child whose home,
-// temporary and working folders are inside `sandbox`.
 struct Run {
     std::vector<std::string> databases;
     std::string workgroup;
@@ -80,7 +75,6 @@ struct Run {
 // returns how.
 std::string lockDown(const fs::path& folder, const fs::path& sandbox) {
     if (::geteuid() != 0) return "permission bits";
-    // QL_READ_ONLY_BY=nobody tries the second way where the first works.
     const char* by = std::getenv("QL_READ_ONLY_BY");
     const bool mountAllowed = !by || std::string(by) != "nobody";
     if (mountAllowed && ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
@@ -94,6 +88,8 @@ std::string lockDown(const fs::path& folder, const fs::path& sandbox) {
     return "";
 }
 
+// One run of the tool into `output`, in a child whose home, temporary and
+// working folders are inside `sandbox`; the tool's error lines.
 std::string runTool(const Run& run, const fs::path& sandbox, const fs::path& output, const fs::path* readOnly) {
     const robustness::ChildResult result = robustness::runInChild(
         [&](int fd) {
@@ -159,10 +155,7 @@ std::vector<std::string> checkRunsFrom(bool readOnlyCopy) {
     }
     for (const std::string& name : files) before[name] = stateOf(copy / name);
 
-    // Every file once, the formats in turn; each workgroup file with its
-    // database (or a plain database of its version).
-    const std::map<std::string, std::string> partners = {{"j3_esis.mdw", "j3_esis_secured.mdb"},
-                                                         {"j3_mission.mdw", "j3_contour_cdu_secured.mdb"}};
+    // Every file once, the formats in turn; each workgroup file with its database.
     std::vector<Run> runs;
     constexpr reporttool::Format kFormats[] = {reporttool::Format::Json, reporttool::Format::Text,
                                                reporttool::Format::Xml, reporttool::Format::Csv,
@@ -174,11 +167,8 @@ std::vector<std::string> checkRunsFrom(bool readOnlyCopy) {
             run.databases.push_back((copy / files[i]).string());
         runs.push_back(run);
     }
-    for (const std::string& w : test::workgroupFiles()) {
-        std::string database = partners.count(w) ? partners.at(w)
-                                                 : (w.rfind("j3_", 0) == 0 ? "j3_querytest.mdb" : "j4_querytest2003.mdb");
-        runs.push_back({{(copy / database).string()}, (copy / w).string(), reporttool::Format::Json});
-    }
+    for (const std::string& w : test::workgroupFiles())
+        runs.push_back({{(copy / robustness::partnerDatabase(w)).string()}, (copy / w).string(), reporttool::Format::Json});
 
     const fs::path* lock = readOnlyCopy ? &copy : nullptr;
     std::string how;

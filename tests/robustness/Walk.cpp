@@ -24,7 +24,7 @@ namespace {
 
 class Walker {
 public:
-    explicit Walker(WalkOutcome& outcome) : outcome_(outcome) {}
+    explicit Walker(Outcome& outcome) : outcome_(outcome) {}
 
     // Runs one read; a DAO error is counted and the walk goes on, as the
     // analysis's error regions do.
@@ -33,7 +33,7 @@ public:
         try {
             read();
         } catch (const RuntimeError& e) {
-            if (outcome_.errors++ == 0) outcome_.firstError = std::to_string(e.number()) + " " + e.description();
+            if (outcome_.errors++ == 0) outcome_.message = std::to_string(e.number()) + " " + e.description();
         }
     }
 
@@ -101,13 +101,13 @@ private:
             for (int i = 0; i < rs.FieldsCount(); ++i) (void)rs.Value(i);
     }
 
-    WalkOutcome& outcome_;
+    Outcome& outcome_;
 };
 
 }  // namespace
 
-WalkOutcome walkDatabase(const std::string& database, const std::string& workgroup) {
-    WalkOutcome outcome;
+Outcome walkDatabase(const std::string& database, const std::string& workgroup) {
+    Outcome outcome;
     std::optional<dao::Database> db;
     try {
         dao::DBEngine engine;
@@ -116,7 +116,7 @@ WalkOutcome walkDatabase(const std::string& database, const std::string& workgro
     } catch (const RuntimeError& e) {
         outcome.ending = Ending::OpenError;
         outcome.openError = e.number();
-        outcome.firstError = e.description();
+        outcome.message = e.description();
         return outcome;
     }
     Walker walker(outcome);
@@ -126,23 +126,32 @@ WalkOutcome walkDatabase(const std::string& database, const std::string& workgro
     return outcome;
 }
 
-std::string encode(const WalkOutcome& outcome) {
-    std::string first = outcome.firstError;
-    for (char& c : first)
+std::string encode(const Outcome& outcome) {
+    std::string message = outcome.message;
+    for (char& c : message)
         if (c == '\n' || c == '\r') c = ' ';
     return std::to_string(static_cast<int>(outcome.ending)) + " " + std::to_string(outcome.openError) + " " +
-           std::to_string(outcome.errors) + " " + first + "\n";
+           std::to_string(outcome.errors) + " " + std::to_string(outcome.logLines) + " " +
+           std::to_string(outcome.unhandled ? 1 : 0) + " " + message + "\n";
 }
 
-bool decode(const std::string& line, WalkOutcome& outcome) {
+bool decode(const std::string& line, Outcome& outcome) {
     std::istringstream in(line);
-    int ending = -1;
-    if (!(in >> ending >> outcome.openError >> outcome.errors) || ending < 0 || ending > 2) return false;
+    int ending = -1, unhandled = 0;
+    if (!(in >> ending >> outcome.openError >> outcome.errors >> outcome.logLines >> unhandled) || ending < 0 ||
+        ending > 2)
+        return false;
     outcome.ending = static_cast<Ending>(ending);
-    std::getline(in, outcome.firstError);
-    if (!outcome.firstError.empty() && outcome.firstError.front() == ' ') outcome.firstError.erase(0, 1);
-    if (!outcome.firstError.empty() && outcome.firstError.back() == '\n') outcome.firstError.pop_back();
+    outcome.unhandled = unhandled != 0;
+    std::getline(in, outcome.message);
+    if (!outcome.message.empty() && outcome.message.front() == ' ') outcome.message.erase(0, 1);
     return true;
+}
+
+std::string partnerDatabase(const std::string& workgroup) {
+    if (workgroup == "j3_esis.mdw") return "j3_esis_secured.mdb";
+    if (workgroup == "j3_mission.mdw") return "j3_contour_cdu_secured.mdb";
+    return workgroup.rfind("j3_", 0) == 0 ? "j3_querytest.mdb" : "j4_querytest2003.mdb";
 }
 
 }  // namespace ql::robustness
