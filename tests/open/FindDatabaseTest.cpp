@@ -26,12 +26,8 @@ const std::string kDatabase = "j4_address_ja.mdb";
 
 class FindDatabase : public ::testing::Test {
 protected:
-    // A copy the test may change, writable like any file the user made.
     std::string copyOf(const std::string& corpusName, const std::string& as = {}) {
-        const fs::path target = w.folder / (as.empty() ? corpusName : as);
-        fs::copy_file(test::corpusFile(corpusName), target, fs::copy_options::overwrite_existing);
-        fs::permissions(target, fs::perms(0644));
-        return target.string();
+        return test::writableCopy(corpusName, w.folder.path(), as).string();
     }
     std::string setting(const std::string& key) const { return w.settings.ReadSetting("Paths", key, kUnset); }
     std::vector<std::string> texts() const {
@@ -78,15 +74,6 @@ TEST_F(FindDatabase, DialogsStartFromTheRememberedPathsOrTheProgramFolder) {
     ASSERT_EQ(w.ui.dialogs.size(), 5u);
     EXPECT_EQ(w.ui.dialogs[4].request.fileName, "data.mdb");
     EXPECT_EQ(w.ui.dialogs[4].request.initialFolder, "data.md");
-}
-
-TEST(DialogInitialFolder, TakesTheBeginningBeforeTheFirstSeparator) {
-    EXPECT_EQ(dialogInitialFolder("/home/ann/SYSTEM.MDW"), "");
-    EXPECT_EQ(dialogInitialFolder("work/groups/a.mdw"), "work");
-    EXPECT_EQ(dialogInitialFolder("a.mdw"), "a.md");
-    EXPECT_EQ(dialogInitialFolder("ab"), "a");
-    EXPECT_EQ(dialogInitialFolder("a"), "");
-    EXPECT_EQ(dialogInitialFolder(""), "");
 }
 
 TEST_F(FindDatabase, CancellingTheWorkgroupDialogGivesTheCancelMessagesAfterTheStepsAreReset) {
@@ -238,46 +225,6 @@ TEST_F(FindDatabase, OpeningKeepsTheEngineAndDatabaseAndResetsTheOutputChoice) {
     EXPECT_EQ(w.ui.statusTexts,
               (std::vector<std::string>{"Select Database to Analyse", "Opening Database....", ""}));
     EXPECT_EQ(w.ui.pointers, (std::vector<ui::MousePointer>{ui::MousePointer::Hourglass, ui::MousePointer::Default}));
-}
-
-TEST_F(FindDatabase, EngineRefusalsAreShownWithTheirNumberAndText) {
-    // A file that says it is Jet but whose version byte is not one.
-    const std::string aceAsJet = copyOf("ace_pcinventory.accdb", "ace_as_jet.mdb");
-    {
-        std::FILE* f = std::fopen(aceAsJet.c_str(), "r+b");
-        ASSERT_NE(f, nullptr);
-        std::fseek(f, 4, SEEK_SET);
-        std::fputs("Standard Jet DB", f);
-        std::fclose(f);
-    }
-    struct Case {
-        std::string workgroup;
-        std::string database;
-        int number;
-        std::string description;
-    };
-    const std::string password = copyOf("j4_pwd2003.mdb");
-    const std::string plain = copyOf(kDatabase);
-    const std::string adminWithPassword = test::corpusFile("j4_blueprint_security.mdw").string();
-    const std::vector<Case> cases = {
-        {workgroup(), password, 3031, "Not a valid password."},
-        {workgroup(), aceAsJet, 3343, "Unrecognized database format '" + aceAsJet + "'."},
-        {adminWithPassword, plain, 3029, "Not a valid account name or password."},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.database);
-        HeadlessWindow fresh;
-        fresh.ui.chooseFile(c.workgroup);
-        fresh.ui.chooseFile(c.database);
-        cmdFind_Click(fresh.ctx);
-        ASSERT_EQ(fresh.ui.messages.size(), 1u);
-        EXPECT_EQ(fresh.ui.messages[0].text, "Cannot open Database: " + c.database + "\r\nReported Error: " +
-                                                 std::to_string(c.number) + "\r\n" + c.description +
-                                                 "\r\nPlease report error message to Orvex Support");
-        EXPECT_FALSE(fresh.state.CurrentDb);
-        EXPECT_EQ(fresh.settings.ReadSetting("Paths", "ActualDB", kUnset), c.database);
-        EXPECT_EQ(fresh.ui.pointers.back(), ui::MousePointer::Default);
-    }
 }
 
 }  // namespace

@@ -86,4 +86,13 @@ std::string readFile(const std::filesystem::path& path) {
     return out.str();
 }
 
+std::filesystem::path writableCopy(const std::string& name, const std::filesystem::path& folder,
+                                   const std::string& as) {
+    namespace fs = std::filesystem;
+    const fs::path target = folder / (as.empty() ? name : as);
+    fs::copy_file(corpusFile(name), target, fs::copy_options::overwrite_existing);
+    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+    return target;
+}
+
 }  // namespace ql::test

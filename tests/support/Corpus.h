@@ -31,4 +31,9 @@ std::vector<std::string> nonJetFiles();
 // Reads a whole file; throws std::runtime_error when it cannot.
 std::string readFile(const std::filesystem::path& path);
 
+// Copies a corpus file into `folder` (named `as` when given), writable as a
+// user's own file would be, and returns the copy's path.
+std::filesystem::path writableCopy(const std::string& name, const std::filesystem::path& folder,
+                                   const std::string& as = {});
+
 }  // namespace ql::test
