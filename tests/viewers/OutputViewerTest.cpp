@@ -63,23 +63,6 @@ TEST_F(View, WithoutAnOutputFileNothingStarts) {
     EXPECT_EQ(w.controls.steps[6].value, grids::kUnchecked);
 }
 
-TEST_F(View, TextAndCsvOpenInTheTextEditorWithTheQuotedPath) {
-    for (int format : {0, 2}) {
-        HeadlessWindow x;
-        x.open(test::corpusFile("j3_afr.mdb"));
-        x.program.TextEditorPath = "Notepad.exe";
-        const std::string file = test::chooseOutput(x, format, "my report.txt", &reg).string();
-        viewers::cmdView_Click(x.ctx, reg);
-        ASSERT_EQ(x.ui.started.size(), 1u);
-        EXPECT_EQ(x.ui.started[0].commandLine, "Notepad.exe \"" + file + "\"");
-        EXPECT_EQ(x.ui.started[0].style, ui::WindowStyle::MaximizedFocus);
-        EXPECT_EQ(x.controls.steps[6].value, grids::kChecked);
-        EXPECT_TRUE(x.controls.steps[6].bold);
-        EXPECT_FALSE(x.controls.enabledState.at(Control::cmdOut));
-        EXPECT_FALSE(x.controls.enabledState.at(Control::mnuOutPut));
-    }
-}
-
 TEST_F(View, XmlAsksForTheViewerAndGivesTheBrowserAnUnquotedPath) {
     const std::string file = start(1, "r.xml");
     reg.setString(RootKey::ClassesRoot, ".htm", "", "htmlfile");
@@ -153,9 +136,10 @@ TEST_F(View, AFormatOutsideTheFourStartsNothingButTicksTheStep) {
     EXPECT_EQ(w.controls.steps[6].value, grids::kChecked);
 }
 
-// On a desktop without Notepad or an Office folder the launcher hands the
-// report itself, blanks and all, to the desktop's opener.
-TEST_F(View, OnLinuxEveryViewerCommandOpensTheReportItself) {
+// Text and CSV open in the text editor with the quoted path. On a desktop
+// without Notepad or an Office folder the launcher hands the report itself,
+// blanks and all, to the desktop's opener, whichever the viewer.
+TEST_F(View, EveryFormatOpensTheReportItselfOnLinux) {
     std::vector<std::vector<std::string>> spawned;
     const ui::Launcher launcher([](const std::string& p) { return p == "xdg-open" ? "/usr/bin/xdg-open" : ""; },
                                 [&](const std::string& p, const std::vector<std::string>& args) {
@@ -163,16 +147,24 @@ TEST_F(View, OnLinuxEveryViewerCommandOpensTheReportItself) {
                                     spawned.back().insert(spawned.back().begin(), p);
                                     return true;
                                 });
-    w.program.TextEditorPath = "Notepad.exe";
-    for (int format : {0, 1, 3}) {
+    for (int format : {0, 1, 2, 3}) {
+        SCOPED_TRACE(format);
         HeadlessWindow x;
         x.open(test::corpusFile("j3_afr.mdb"));
         const std::string file = test::chooseOutput(x, format, "my report.out", &reg).string();
         viewers::cmdView_Click(x.ctx, reg);
         ASSERT_EQ(x.ui.started.size(), 1u);
+        if (format == 0 || format == 2) {
+            EXPECT_EQ(x.ui.started[0].commandLine, "Notepad.exe \"" + file + "\"");
+            EXPECT_EQ(x.ui.started[0].style, ui::WindowStyle::MaximizedFocus);
+        }
+        EXPECT_EQ(x.controls.steps[6].value, grids::kChecked);
+        EXPECT_TRUE(x.controls.steps[6].bold);
+        EXPECT_FALSE(x.controls.enabledState.at(Control::cmdOut));
+        EXPECT_FALSE(x.controls.enabledState.at(Control::mnuOutPut));
         spawned.clear();
         launcher.start(x.ui.started[0].commandLine, x.ui.started[0].style);
-        EXPECT_EQ(spawned, (std::vector<std::vector<std::string>>{{"/usr/bin/xdg-open", file}})) << format;
+        EXPECT_EQ(spawned, (std::vector<std::vector<std::string>>{{"/usr/bin/xdg-open", file}}));
     }
 }
 
