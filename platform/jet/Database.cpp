@@ -1,8 +1,12 @@
 #include "platform/jet/Database.h"
 
+#include <map>
+#include <mutex>
+
 #include "platform/jet/Context.h"
 #include "platform/jet/DataPage.h"
 #include "platform/jet/Header.h"
+#include "platform/jet/Progress.h"
 #include "platform/jet/PropertyReader.h"
 #include "platform/jet/RowDecoder.h"
 #include "platform/jet/TdefReader.h"
@@ -101,6 +105,7 @@ bool TableCursor::next() {
             s.havePage = false;
             const std::optional<std::uint32_t> pageNumber = s.map.next();
             if (!pageNumber) return false;
+            pageVisited();
             Page page = s.context->pages->page(*pageNumber);
             // A freed page keeps its owner and rows; only data pages this
             // table owns count.
@@ -137,8 +142,51 @@ bool TableCursor::next() {
 
 Database::Database(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
+namespace {
+
+// What tells one file's contents from another's: a file written since, or
+// replaced by another under the same name, is a different key.
+struct FileKey {
+    std::uint64_t device, inode, size;
+    std::int64_t modified;
+    std::uint16_t codePageOverride;
+    auto operator<=>(const FileKey&) const = default;
+};
+
+// The files open anywhere in the process. An analysis opens its database
+// several times over (the window, the tables grid, the module reader), each
+// time while an earlier handle still holds it; reading the catalogue again
+// each time was most of a small file's run. Weak, so that the last handle
+// still lets go of the file.
+struct OpenFiles {
+    std::mutex mutex;
+    std::map<FileKey, std::weak_ptr<void>> byKey;  // a Database's state
+};
+
+OpenFiles& openFiles() {
+    static OpenFiles files;
+    return files;
+}
+
+}  // namespace
+
 Database Database::open(const std::filesystem::path& path, const OpenOptions& options) {
-    return fromPages(PageSource::openFile(path), options);
+    // Opened every time, so that a file that went away or may no longer be
+    // read fails this open as it would have the first.
+    const OpenedFile file(path);
+    const FileKey key{file.device(), file.inode(), file.size(), file.modifiedNanoseconds(), options.codePageOverride};
+    OpenFiles& files = openFiles();
+    {
+        const std::lock_guard<std::mutex> lock(files.mutex);
+        const auto it = files.byKey.find(key);
+        if (it != files.byKey.end())
+            if (std::shared_ptr<void> impl = it->second.lock()) return Database(std::static_pointer_cast<Impl>(impl));
+    }
+    Database db = fromPages(PageSource::mapFile(file), options);
+    const std::lock_guard<std::mutex> lock(files.mutex);
+    std::erase_if(files.byKey, [](const auto& entry) { return entry.second.expired(); });
+    files.byKey[key] = db.impl_;
+    return db;
 }
 
 Database Database::openBuffer(std::vector<std::uint8_t> bytes, const OpenOptions& options) {
@@ -261,6 +309,7 @@ std::uint64_t Database::liveRecordCount(const TableDef& table) const {
     std::uint64_t count = 0;
     const std::size_t offsetTable = context.format->dataRowCountOffset + 2;
     while (const std::optional<std::uint32_t> pageNumber = map.next()) {
+        pageVisited();
         const Page page = context.pages->page(*pageNumber);
         if (page.type() != kPageData || u32(page.bytes(), 4) != table.page) continue;
         const std::uint16_t rows = rowCount(page, *context.format);

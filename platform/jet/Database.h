@@ -99,14 +99,15 @@ struct OpenOptions {
     std::uint16_t codePageOverride = 0;
 };
 
-// A Database and everything read from it (cursors, long values) share one
-// page cache and text converter: use them from one thread at a time. Copies
-// of a Database are cheap and share the open file.
+// Copies of a Database are cheap and share the open file. A Database may be
+// used from several threads at once; each cursor from one at a time.
 class Database {
 public:
     // Opens a file read-only. Throws Error with kind FileMissing,
     // NoPermission, NotJet, Unsupported, Truncated or Damaged; the message
-    // says why.
+    // says why. While a handle to the same file is alive and the file has
+    // not changed since (device, inode, size and modification time), the
+    // new handle shares that one's state instead of reading it again.
     static Database open(const std::filesystem::path& path, const OpenOptions& options = {});
     // The same over bytes in memory.
     static Database openBuffer(std::vector<std::uint8_t> bytes, const OpenOptions& options = {});

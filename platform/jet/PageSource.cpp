@@ -29,30 +29,37 @@ constexpr std::size_t kCacheSlots = 64;
 }
 }  // namespace
 
-std::shared_ptr<PageSource> PageSource::openFile(const std::filesystem::path& path) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) openFailed(path, errno);
+OpenedFile::OpenedFile(const std::filesystem::path& path) : path_(path) {
+    fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) openFailed(path, errno);
     struct stat st {};
-    if (::fstat(fd, &st) != 0) {
-        int err = errno;
-        ::close(fd);
+    if (::fstat(fd_, &st) != 0) {
+        const int err = errno;
+        ::close(fd_);
         openFailed(path, err);
     }
     if (S_ISDIR(st.st_mode)) {
-        ::close(fd);
+        ::close(fd_);
         throw Error(ErrorKind::FileMissing, path.string() + " is a folder, not a file");
     }
+    device_ = static_cast<std::uint64_t>(st.st_dev);
+    inode_ = static_cast<std::uint64_t>(st.st_ino);
+    size_ = static_cast<std::uint64_t>(st.st_size);
+    modified_ = static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1'000'000'000 + st.st_mtim.tv_nsec;
+}
+
+OpenedFile::~OpenedFile() {
+    if (fd_ >= 0) ::close(fd_);
+}
+
+std::shared_ptr<PageSource> PageSource::mapFile(const OpenedFile& file) {
     std::shared_ptr<PageSource> source(new PageSource());
-    source->size_ = static_cast<std::uint64_t>(st.st_size);
+    source->size_ = file.size();
     if (source->size_ > 0) {
-        void* map = ::mmap(nullptr, source->size_, PROT_READ, MAP_SHARED, fd, 0);
-        int err = errno;
-        ::close(fd);
-        if (map == MAP_FAILED) openFailed(path, err);
+        void* map = ::mmap(nullptr, source->size_, PROT_READ, MAP_SHARED, file.descriptor(), 0);
+        if (map == MAP_FAILED) openFailed(file.path(), errno);
         source->map_ = map;
         source->base_ = static_cast<const std::uint8_t*>(map);
-    } else {
-        ::close(fd);
     }
     source->keepAlive_ = std::shared_ptr<const void>(source.get(), [](const void*) {});
     return source;
@@ -87,6 +94,7 @@ Page PageSource::page(std::uint32_t n) const {
     const std::uint8_t* start = base_ + static_cast<std::uint64_t>(n) * pageSize_;
     if (key_ == 0) return Page(n, ByteSpan(start, pageSize_), keepAlive_);
 
+    const std::lock_guard<std::mutex> lock(cacheMutex_);
     Slot& slot = cache_[n % kCacheSlots];
     if (slot.number != n || !slot.data) {
         // A caller may still hold the old page; give the slot a fresh buffer then.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "platform/jet/Bytes.h"
@@ -27,11 +28,35 @@ private:
     std::shared_ptr<const void> keep_;
 };
 
+// A file opened for reading, with what the system says about it; closed
+// when this object goes.
+class OpenedFile {
+public:
+    // Throws Error with kind FileMissing (also for a folder), NoPermission or Io.
+    explicit OpenedFile(const std::filesystem::path& path);
+    ~OpenedFile();
+    OpenedFile(const OpenedFile&) = delete;
+    OpenedFile& operator=(const OpenedFile&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    int descriptor() const { return fd_; }
+    std::uint64_t device() const { return device_; }
+    std::uint64_t inode() const { return inode_; }
+    std::uint64_t size() const { return size_; }
+    std::int64_t modifiedNanoseconds() const { return modified_; }  // since the epoch
+
+private:
+    std::filesystem::path path_;
+    int fd_ = -1;
+    std::uint64_t device_ = 0, inode_ = 0, size_ = 0;
+    std::int64_t modified_ = 0;
+};
+
 class PageSource {
 public:
     // Maps the file read-only and without any lock, so Access or another
     // reader may have it open at the same time.
-    static std::shared_ptr<PageSource> openFile(const std::filesystem::path& path);
+    static std::shared_ptr<PageSource> mapFile(const OpenedFile& file);
     // Reads from a buffer held in memory (tests build damaged files this way).
     static std::shared_ptr<PageSource> fromBuffer(std::vector<std::uint8_t> bytes);
 
@@ -51,6 +76,7 @@ public:
     bool encrypted() const { return key_ != 0; }
 
     // Page n, decrypted. Throws Truncated when n lies past the end of the file.
+    // Safe to call from several threads at once.
     Page page(std::uint32_t n) const;
 
 private:
@@ -71,6 +97,7 @@ private:
         std::uint32_t number = UINT32_MAX;
         std::shared_ptr<std::vector<std::uint8_t>> data;
     };
+    mutable std::mutex cacheMutex_;  // one open file may serve several threads
     mutable std::vector<Slot> cache_;
 };
 

@@ -54,6 +54,7 @@ void appendUtf16le(std::string& out, ByteSpan bytes) {
 
 struct TextCodec::Iconv {
     iconv_t handle = reinterpret_cast<iconv_t>(-1);
+    std::mutex mutex;  // a converter keeps state between calls; one open file may serve several threads
     ~Iconv() {
         if (handle != reinterpret_cast<iconv_t>(-1)) iconv_close(handle);
     }
@@ -140,6 +141,7 @@ std::string TextCodec::decodeCodePage(ByteSpan bytes) const {
         }
         return out;
     }
+    const std::lock_guard<std::mutex> lock(iconv_->mutex);
     iconv_t h = iconv_->handle;
     iconv(h, nullptr, nullptr, nullptr, nullptr);
     char* in = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));

@@ -1,0 +1,129 @@
+// Opening a file that is already open hands out the state read the first
+// time, as long as the file is the same; everything a caller sees of an open
+// stays its own.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/dao/Dao.h"
+#include "platform/jet/Database.h"
+#include "tests/support/Corpus.h"
+#include "tests/support/TempFolder.h"
+
+namespace ql::jet {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string catalogueNames(const Database& db) {
+    std::string names;
+    for (const CatalogEntry& e : db.catalogue()) names += e.name + "\n";
+    return names;
+}
+
+int errorOf(const std::function<void()>& open) {
+    try {
+        open();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
+}
+
+TEST(OpenCache, TheSameUnchangedFileSharesItsStateAndAChangedOneIsReadAgain) {
+    const test::TempFolder folder;
+    const fs::path path = folder / "db.mdb";
+    fs::copy_file(test::corpusFile("j4_northwind2000.mdb"), path);
+    const Database first = Database::open(path);
+    EXPECT_EQ(&Database::open(path).catalogue(), &first.catalogue());
+    // Another text encoding is another reading of the same bytes.
+    EXPECT_NE(&Database::open(path, OpenOptions{1251}).catalogue(), &first.catalogue());
+
+    // Replaced under the same name: a new file.
+    const fs::path next = folder / "next.mdb";
+    fs::copy_file(test::corpusFile("j4_rentals2000.mdb"), next);
+    fs::rename(next, path);
+    const Database replaced = Database::open(path);
+    EXPECT_EQ(catalogueNames(replaced), catalogueNames(Database::open(test::corpusFile("j4_rentals2000.mdb"))));
+
+    // Written over in place, same size, same inode: only the time differs.
+    const auto written = fs::last_write_time(path);
+    fs::copy_file(test::corpusFile("j4_rentals2000.mdb"), path, fs::copy_options::overwrite_existing);
+    fs::last_write_time(path, written + std::chrono::seconds(2));
+    EXPECT_NE(&Database::open(path).catalogue(), &replaced.catalogue());
+
+    // Gone: this open fails, whatever is still open.
+    fs::remove(path);
+    try {
+        Database::open(path);
+        ADD_FAILURE() << "opened a removed file";
+    } catch (const Error& e) {
+        EXPECT_EQ(e.kind(), ErrorKind::FileMissing);
+    }
+}
+
+// What DAO checks at each open is still checked at each open, and each open
+// is a database of its own.
+TEST(OpenCache, EachOpenDatabaseKeepsItsOwnChecksAndItsOwnObject) {
+    const std::string file = test::corpusFile("j4_pwd2003.mdb").string();
+    dao::DBEngine engine;
+    dao::Database right = engine.OpenDatabase(file, false, true, ";PWD=password");
+    EXPECT_EQ(errorOf([&] { engine.OpenDatabase(file, false, true, ";PWD=wrong"); }), dao::errors::BadPassword);
+
+    dao::Database second = engine.OpenDatabase(file, false, true, ";PWD=password");
+    const int tables = second.TableDefs().Count();
+    right.Close();
+    EXPECT_EQ(errorOf([&] { (void)right.TableDefs(); }), dao::errors::ObjectClosed);
+    EXPECT_EQ(second.TableDefs().Count(), tables);
+}
+
+// Databases of several files opened and read from several threads at once,
+// several handles on each file, must read what one thread alone reads. The
+// encrypted files share their decrypted pages between the handles.
+TEST(OpenCache, ThreadsOpeningAndReadingTheSameFilesReadWhatOneThreadReads) {
+    // A Jet 3 file read as Chinese text goes through one shared converter.
+    const std::vector<std::pair<std::string, std::uint16_t>> files = {
+        {"j4_northwind2000.mdb", 0}, {"j3_enc_jackcess.mdb", 0}, {"j4_kontener_enc.mdb", 0},
+        {"j3_arabic.mdb", 0},        {"j3_nwind_krystek.mdb", 936}};
+    auto readAll = [&](int rounds) {
+        std::map<std::string, std::string> seen;
+        for (int round = 0; round < rounds; ++round)
+            for (const auto& [file, codePage] : files) {
+                const Database db = Database::open(test::corpusFile(file), OpenOptions{codePage});
+                std::string facts = catalogueNames(db);
+                for (const CatalogEntry& e : db.catalogue()) {
+                    if (e.type != kObjectLocalTable) continue;
+                    try {
+                        const TableDef def = db.tableDef(e.tdefPage(), e.name);
+                        facts += e.name + " " + std::to_string(db.liveRecordCount(def));
+                        TableCursor cursor = db.cursor(def);
+                        while (cursor.next())
+                            for (const Value& v : cursor.values())
+                                if (const auto* text = v.get<std::string>()) facts += *text;
+                    } catch (const Error& error) {
+                        facts += error.what();
+                    }
+                }
+                seen[file] = facts;
+            }
+        return seen;
+    };
+    const std::map<std::string, std::string> alone = readAll(1);
+    // Held open, so that every thread's opens share these.
+    std::vector<Database> held;
+    for (const auto& [file, codePage] : files) held.push_back(Database::open(test::corpusFile(file), OpenOptions{codePage}));
+    std::vector<std::map<std::string, std::string>> results(4);
+    std::vector<std::thread> threads;
+    for (auto& result : results) threads.emplace_back([&] { result = readAll(3); });
+    for (auto& thread : threads) thread.join();
+    for (const auto& result : results) EXPECT_TRUE(result == alone);
+}
+
+}  // namespace
+}  // namespace ql::jet
