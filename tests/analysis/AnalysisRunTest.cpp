@@ -1,20 +1,29 @@
 // The analysis run over databases written for the purpose (names and
 // shapes no corpus file has, a table whose definition is destroyed) and
-// over every Jet database of the corpus.
+// over every Jet database of the corpus, where every list and grid is
+// checked against the file.
 #include "analysis/AnalysisRun.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "platform/dao/VbText.h"
+#include "platform/vba/ModuleExport.h"
+#include "tests/analysis/IndependentCount.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
 #include "tools/jetwriter/Database.h"
@@ -32,11 +41,11 @@ constexpr std::uint32_t kPageSize = 4096;
 const std::string kLongField = "A field name longer than thirty-five characters";
 const std::string kField35 = "Exactly thirty-five characters here";  // 35
 
-jw::ColumnDef col(std::string name, jw::ColumnType type = jw::ColumnType::Long) {
+jw::ColumnDef col(std::string name, jw::ColumnType type = jw::ColumnType::Long, std::uint16_t size = 50) {
     jw::ColumnDef c;
     c.name = std::move(name);
     c.type = type;
-    if (type == jw::ColumnType::Text) c.size = 50;
+    if (type == jw::ColumnType::Text || type == jw::ColumnType::Binary) c.size = size;
     return c;
 }
 
@@ -57,7 +66,7 @@ struct BuiltFile {
 enum class Shape {
     Full,     // tables, queries, a relationship and every kind of document
     Bare,     // no table, query or relationship: only two pages
-    Awkward,  // names the indexes and relations fillers fail on
+    Awkward,  // names the indexes and relations fillers fail on; every field type
 };
 
 BuiltFile writeDatabase(const fs::path& folder, Shape shape = Shape::Full) {
@@ -94,16 +103,29 @@ BuiltFile writeDatabase(const fs::path& folder, Shape shape = Shape::Full) {
         db.addDocument(C::DataAccessPages, "First");
         db.addDocument(C::DataAccessPages, "Second");
         break;
-    case Shape::Awkward:
+    case Shape::Awkward: {
         // The indexes filler cannot find a table whose name holds a dot;
         // the relations filler's own query breaks on a quote.
+        using T = jw::ColumnType;
         db.createTable(jw::TableDef{"Aaa", {col("ID")}, {index("PrimaryKey", "ID", true)}, {}});
+        db.createTable(jw::TableDef{"AllMemo", {col("Notes", T::Memo), col("Picture", T::Ole)}, {}, {}});
         db.createTable(jw::TableDef{"Dotted.Name", {col("ID")}, {index("PrimaryKey", "ID", true)}, {}});
+        db.createTable(jw::TableDef{"Main", {col("ID"), col("AaaID")}, {}, {}});
         db.createTable(jw::TableDef{"O'Brien", {col("ID"), col("AaaID")}, {}, {}});
+        db.createTable(jw::TableDef{"Types",
+                                    {col("Flag", T::Boolean), col("Small", T::Byte), col("Short", T::Integer),
+                                     col("Number", T::Long), col("Money", T::Currency), col("Real4", T::Single),
+                                     col("Real8", T::Double), col("When", T::DateTime), col("Bytes", T::Binary, 10),
+                                     col("Words", T::Text), col("Blob", T::Ole), col("Notes", T::Memo),
+                                     col("Key", T::Guid), col("Exact", T::Decimal)},
+                                    {},
+                                    {}});
         db.addQuery(jw::selectQuery("qAaa", "Aaa", {"ID"}));
+        db.addRelationship(jw::RelationshipDef{"MainAaa", "Aaa", "Main", {{"ID", "AaaID"}}});
         db.addRelationship(jw::RelationshipDef{"AaaOBrien", "Aaa", "O'Brien", {{"ID", "AaaID"}}});
         db.addDocument(C::DataAccessPages, "Page");
         break;
+    }
     }
     db.close();
     return built;
@@ -178,9 +200,11 @@ protected:
     HeadlessWindow w;
 };
 
-TEST_F(Run, ListsHoldTheCatalogueAsTheRunFoundIt) {
+TEST_F(Run, ListsHoldTheCatalogueAsTheRunFoundItAndTheWindowIsReadyToView) {
     openBuilt();
-    cmdAnalyse_Click(w.ctx);
+    WatchedControls controls(w.state, w.ui);
+    grids::WindowContext ctx = watched(controls);
+    cmdAnalyse_Click(ctx);
 
     // "MSys" anywhere in a table's name keeps it, its indexes and its
     // fields out; "~" keeps a query out.
@@ -197,6 +221,10 @@ TEST_F(Run, ListsHoldTheCatalogueAsTheRunFoundIt) {
                                   "ID                                  [Orders]",
                                   "CustomerID                          [Orders]",
                               }));
+    std::set<std::string> withFields;
+    const grids::Grid& fields = w.state.lvwGrid[grids::kGridFields];
+    for (int r = 2; r <= fields.rowCount(); ++r) withFields.insert(fields.row(r).subItem(1));
+    EXPECT_EQ(withFields, (std::set<std::string>{"Customers", "Orders"}));
     EXPECT_EQ(texts(list(5)), (std::vector<std::string>{"Entry", "Main"}));
     EXPECT_EQ(texts(list(6)), (std::vector<std::string>{"Summary"}));
     EXPECT_EQ(texts(list(7)), (std::vector<std::string>{"AutoExec"}));
@@ -211,21 +239,9 @@ TEST_F(Run, ListsHoldTheCatalogueAsTheRunFoundIt) {
 
     for (int i : {0, 1, 2, 3, 5, 6, 7, 8, 11}) EXPECT_EQ(selectedCount(list(i)), list(i).ListCount()) << i;
     EXPECT_EQ(selectedCount(list(4)), 0);
-}
 
-TEST_F(Run, TemporaryQueriesAreListedWhenAsked) {
-    openBuilt();
-    w.state.IncludeTempQueries = grids::kTrue;
-    cmdAnalyse_Click(w.ctx);
-    EXPECT_EQ(texts(list(1)), (std::vector<std::string>{"~sq_cHidden", "qCustomers", "qOrders"}));
-}
-
-TEST_F(Run, PhasesReportTheirProgressAndLeaveTheWindowReadyToView) {
-    openBuilt();
-    WatchedControls controls(w.state, w.ui);
-    grids::WindowContext ctx = watched(controls);
-    cmdAnalyse_Click(ctx);
-
+    // The phases report their progress; the fillers run in their order, the
+    // summary last.
     std::vector<std::pair<int, int>> progress;
     for (int i = 0; i <= 12; ++i) progress.emplace_back(i, 12);
     EXPECT_EQ(w.ui.progress, progress);
@@ -237,7 +253,6 @@ TEST_F(Run, PhasesReportTheirProgressAndLeaveTheWindowReadyToView) {
                                         "Checking Forms....", "Selecting....", "Checking Reports....",
                                         "Selecting....", "Checking Macros....", "Selecting....",
                                         "Checking Modules....", "Selecting....", "", "Clearing up...", "Ready"}));
-    // The fillers in their order, the summary last.
     EXPECT_EQ(controls.grids, (std::vector<int>{0, 1, 8, 4, 2, 7, 5, 6, 0}));
     EXPECT_EQ(w.state.lvwGrid[grids::kGridTables].rowCount(), 3);
 
@@ -285,9 +300,11 @@ TEST_F(Run, EarlierErrorsAreNotForgottenAndOpenTheLog) {
     EXPECT_EQ(unhandledNumber([&] { cmdAnalyse_Click(w.ctx); }), 53);
 }
 
-TEST_F(Run, NoUserTablesStillFillsTheBarAndASecondRunStartsAfresh) {
+TEST_F(Run, TemporaryQueriesWhenAskedThenABareDatabaseStartsAfresh) {
     openBuilt(Shape::Full);
+    w.state.IncludeTempQueries = grids::kTrue;
     cmdAnalyse_Click(w.ctx);
+    EXPECT_EQ(texts(list(1)), (std::vector<std::string>{"~sq_cHidden", "qCustomers", "qOrders"}));
     fs::create_directory(w.folder / "bare");
     w.open(writeDatabase(w.folder / "bare", Shape::Bare).path);
     w.ui.progress.clear();
@@ -319,22 +336,50 @@ TEST_F(Run, ADamagedTableEndsTheRunInTheTablesPhase) {
 TEST_F(Run, FillerFailuresBetweenTheIndexesAndThePagesArePassedOver) {
     openBuilt(Shape::Awkward);
     cmdAnalyse_Click(w.ctx);
-    EXPECT_EQ(w.errorLogLines().size(), 1u);
-    EXPECT_EQ(w.errorLogLines().at(0).substr(0, 17), "Index Error :qAaa");
+    EXPECT_EQ(w.errorLogLines(), (std::vector<std::string>{"Index Error :qAaa                                     : "
+                                                           "003265 : Item not found in this collection."}));
     EXPECT_EQ(w.state.ErrorCount, 1);
-    EXPECT_EQ(selectedCount(list(3)), 1);  // the select after the failed filler ran
+    // A table name is split at its first dot; the row whose look-up failed
+    // shows the index found before it.
+    const grids::Grid& indexes = w.state.lvwGrid[grids::kGridIndexes];
+    ASSERT_GE(indexes.rowCount(), 3);
+    EXPECT_EQ(indexes.row(3).text, "PrimaryKey");
+    EXPECT_EQ(indexes.row(3).subItem(1), "Dotted");
+    // The pairs are read in order of the foreign table: Main's row came
+    // before the quote in O'Brien broke the query.
+    const grids::Grid& relations = w.state.lvwGrid[grids::kGridRelations];
+    ASSERT_EQ(relations.rowCount(), 2);
+    EXPECT_EQ(relations.row(2).text, "MainAaa");
+    EXPECT_EQ(relations.row(2).subItems, (std::vector<std::string>{"Main", "Aaa"}));
+    EXPECT_EQ(selectedCount(list(3)), 2);  // the select after the failed filler ran
     EXPECT_EQ(texts(list(11)), (std::vector<std::string>{"Page"}));
     EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
     EXPECT_EQ(w.ui.messages.back().title, "DATABASE ERRORS");
-}
 
-TEST_F(Run, FillerHandlersWithoutAnErrorLogArePassedOverToo) {
-    openBuilt(Shape::Awkward);
-    w.state.ErrorLogPath.clear();
-    cmdAnalyse_Click(w.ctx);
-    EXPECT_EQ(w.state.ErrorCount, 0);
-    EXPECT_EQ(w.ui.lastStatus(), "Ready");
-    EXPECT_EQ(w.ui.messages.size(), 1u);
+    // Empty and memo-only tables; every stored type with its name and
+    // declared size (memo, OLE and the fixed sizes of the others).
+    const auto row = [&](const std::string& table) {
+        for (const auto& r : w.state.lvwGrid[grids::kGridTables].rows())
+            if (r.text == table) return r.subItems;
+        return std::vector<std::string>{};
+    };
+    EXPECT_EQ(row("AllMemo"), (std::vector<std::string>{"0", "2", "0"}));
+    EXPECT_EQ(row("Types").at(2), "128");  // 1+1+2+4+8+4+8+8 + 10 + 50 + 0 + 0 + 16 + 16
+    std::vector<std::string> types;
+    for (const auto& r : w.state.lvwGrid[grids::kGridFields].rows())
+        if (r.subItem(1) == "Types") types.push_back(r.subItem(2));
+    EXPECT_EQ(types, (std::vector<std::string>{"Boolean", "Byte", "Integer", "Long", "Currency", "Single", "Double",
+                                               "Date", "Binary", "Text", "Long Binary", "Memo", "GUID", "Decimal"}));
+
+    // Without an error log the indexes filler's handler fails in turn, and
+    // that is passed over too.
+    HeadlessWindow unlogged;
+    unlogged.open(w.state.ActualDbPath);
+    unlogged.state.ErrorLogPath.clear();
+    cmdAnalyse_Click(unlogged.ctx);
+    EXPECT_EQ(unlogged.state.ErrorCount, 0);
+    EXPECT_EQ(unlogged.ui.lastStatus(), "Ready");
+    EXPECT_EQ(unlogged.ui.messages.size(), 1u);
 }
 
 // The pages list box refuses its entries: each refusal is logged under the
@@ -389,10 +434,58 @@ TEST_F(Run, AFailingPageHandlerThatFailsIsNotHandled) {
     EXPECT_EQ(other.ui.lastStatus(), "Checking pages....");
 }
 
-// Every Jet database of the corpus that opens without a workgroup: the
-// lists against the manifest and the engine's own collections.
-TEST(RunOverCorpus, ListsAgreeWithTheManifest) {
-    int analysed = 0;
+// What the third party's reader saw in a corpus file.
+QJsonObject seenObjects(const std::string& file) {
+    const std::string json = test::readFile(test::corpusDir() / "details" / (file + ".json"));
+    return QJsonDocument::fromJson(QByteArray::fromStdString(json)).object()["objects"].toObject();
+}
+
+std::vector<std::string> sorted(std::vector<std::string> v) {
+    std::sort(v.begin(), v.end());
+    return v;
+}
+
+std::vector<std::string> seenNames(const QJsonObject& objects, const char* kind) {
+    std::vector<std::string> names;
+    for (const auto& value : objects[kind].toArray()) names.push_back(value.toString().toStdString());
+    return sorted(names);
+}
+
+// The relations grid's rows below its count row: per pair of tables, every
+// record of the pair once for each relationship between them.
+int expectedRelationRows(const QJsonArray& relationships) {
+    std::map<std::pair<QString, QString>, std::pair<int, int>> pairs;  // relationships, records
+    for (const auto& value : relationships) {
+        const QJsonObject r = value.toObject();
+        auto& [count, records] = pairs[{r["from"].toString(), r["to"].toString()}];
+        ++count;
+        records += static_cast<int>(r["columns"].toArray().size());
+    }
+    int rows = 0;
+    for (const auto& [pair, counts] : pairs) rows += counts.first * counts.second;
+    return rows;
+}
+
+// A count row, then one row per entry of `list` that `name` gives back;
+// nothing at all when the list is empty.
+template <class Name>
+void expectRowPerEntry(const grids::Grid& grid, const grids::NameList& list, Name name) {
+    ASSERT_EQ(grid.rowCount(), list.ListCount() ? list.ListCount() + 1 : 0);
+    if (list.ListCount()) {
+        EXPECT_EQ(grid.row(1).subItem(1), std::to_string(list.ListCount()));
+    }
+    for (int i = 2; i <= grid.rowCount(); ++i) EXPECT_EQ(name(grid.row(i)), list.List(i - 2));
+}
+
+std::string rowText(const grids::GridRow& row) { return row.text; }
+
+// Every Jet database of the corpus that opens without a workgroup, analysed
+// as the window analyses it: the lists and grids against the manifest, the
+// names and relationships the third party's reader saw, the engine's own
+// collections, a count of each module's text made apart, and one another.
+TEST(RunOverCorpus, ListsAndGridsAgreeWithTheFile) {
+    test::TempFolder sources;
+    int analysed = 0, modules = 0;
     for (const std::string& name : test::jetDatabases()) {
         SCOPED_TRACE(name);
         HeadlessWindow w;
@@ -406,33 +499,117 @@ TEST(RunOverCorpus, ListsAgreeWithTheManifest) {
         ASSERT_NO_THROW(cmdAnalyse_Click(w.ctx));
         ++analysed;
         const auto& row = test::manifest().at(name);
+        const QJsonObject seen = seenObjects(name);
         const auto& lists = w.state.lstData;
+        const auto& grid = w.state.lvwGrid;
         const auto& db = *w.state.CurrentDb;
+        const bool compiled = file.extension() == ".mde";
+        EXPECT_EQ(fs::last_write_time(file), written);
+        EXPECT_EQ(w.ui.lastStatus(), "Ready");
 
-        // System-flagged tables without "MSys" in their names are listed too.
+        // The lists. System-flagged tables without "MSys" in their names
+        // are listed too.
         EXPECT_EQ(lists[0].ListCount(), row.number("tables_local") + row.number("tables_system_flagged"));
         std::vector<std::string> queries;
         for (const auto& q : db.QueryDefs())
             if (q.Name().find('~') == std::string::npos && q.Name().find("MSys") == std::string::npos)
                 queries.push_back(q.Name());
-        const std::vector<std::string> listedQueries = texts(lists[1]);
-        std::multiset<std::string> listed(listedQueries.begin(), listedQueries.end());
-        EXPECT_EQ(listed, std::multiset<std::string>(queries.begin(), queries.end()));
+        EXPECT_EQ(sorted(texts(lists[1])), sorted(queries));
         EXPECT_EQ(lists[5].ListCount(), row.number("forms"));
         EXPECT_EQ(lists[6].ListCount(), row.number("reports"));
-        EXPECT_EQ(lists[7].ListCount(), row.number("macros"));
-        EXPECT_EQ(lists[8].ListCount(), row.number("modules"));
+        EXPECT_EQ(sorted(texts(lists[7])), seenNames(seen, "macros"));
+        EXPECT_EQ(sorted(texts(lists[8])), seenNames(seen, "modules"));
         EXPECT_EQ(itemData(lists[5]), countingFrom(0, lists[5].ListCount()));
         EXPECT_EQ(itemData(lists[11]), countingFrom(1, lists[11].ListCount()));
         for (const auto& page : texts(lists[11])) EXPECT_EQ(page.find("~TMP"), std::string::npos);
         if (!db.Containers().Contains("DataAccessPages")) {
             EXPECT_EQ(lists[11].ListCount(), 0);
         }
-        EXPECT_EQ(fs::last_write_time(file), written);
-        EXPECT_EQ(w.ui.progress.back(), std::make_pair(12, 12));
-        EXPECT_EQ(w.ui.lastStatus(), "Ready");
+
+        // Tables with as many fields as the fields grid shows for each; the
+        // fields grid: every field of every table not named MSys (links too).
+        std::map<std::string, int> fieldRows;
+        for (const auto& r : grid[grids::kGridFields].rows()) ++fieldRows[r.subItem(1)];
+        expectRowPerEntry(grid[grids::kGridTables], lists[0], rowText);
+        for (int i = 2; i <= grid[grids::kGridTables].rowCount(); ++i) {
+            const grids::GridRow& r = grid[grids::kGridTables].row(i);
+            EXPECT_EQ(r.subItem(2), std::to_string(fieldRows[r.text])) << r.text;
+        }
+        int fields = 0;
+        for (const auto& t : db.TableDefs())
+            if (t.Name().find("MSys") == std::string::npos) fields += t.Fields().Count();
+        if (lists[4].ListCount() > 0) {
+            EXPECT_EQ(grid[grids::kGridFields].rowCount(), fields + 1);
+        }
+
+        // Indexes: every entry found, with both sub-items.
+        expectRowPerEntry(grid[grids::kGridIndexes], lists[2],
+                          [](const grids::GridRow& r) { return "[" + r.subItem(1) + "]." + r.text; });
+        for (int i = 2; i <= grid[grids::kGridIndexes].rowCount(); ++i)
+            EXPECT_TRUE(grid[grids::kGridIndexes].row(i).subItem(2) == "Yes" ||
+                        grid[grids::kGridIndexes].row(i).subItem(2) == "No");
+
+        // Queries, unticked box: all but those whose name begins with "~".
+        int shown = 0;
+        for (const auto& q : seen["queries"].toArray()) shown += !q.toObject()["name"].toString().startsWith('~');
+        const grids::Grid& queryGrid = grid[grids::kGridQueries];
+        EXPECT_EQ(queryGrid.rowCount(), lists[1].ListCount() ? 1 + shown : 0);
+        for (int i = 2; i <= queryGrid.rowCount(); ++i) EXPECT_NE(queryGrid.row(i).subItem(1), "Unknown");
+
+        // Relationships: the listing repeats by table pair.
+        const QJsonArray relationships = seen["relationships"].toArray();
+        EXPECT_EQ(lists[3].ListCount(), relationships.size());
+        if (lists[3].ListCount() > 0) {
+            EXPECT_EQ(grid[grids::kGridRelations].rowCount(), 1 + expectedRelationRows(relationships));
+        }
+
+        // The summary: size, three dates, the properties, seven counts.
+        const grids::Grid& summary = grid[grids::kGridDatabase];
+        ASSERT_EQ(summary.rowCount(), 4 + db.Properties().Count() + 7);
+        EXPECT_EQ(summary.row(1).subItem(1), std::to_string(fs::file_size(file)) + " Bytes");
+        EXPECT_EQ(summary.row(summary.rowCount() - 4).text, "Views");
+        EXPECT_EQ(summary.row(summary.rowCount() - 4).subItem(1), std::to_string(lists[1].ListCount()));
+
+        // Macros and modules; each module's lines, functions and subs as
+        // its source file reads.
+        expectRowPerEntry(grid[grids::kGridMacros], lists[7], rowText);
+        expectRowPerEntry(grid[grids::kGridModules], lists[8], rowText);
+        if (lists[8].ListCount() > 0 && !compiled) {
+            std::map<std::string, fs::path> sourceFiles;
+            for (const auto& exported : vba::writeModuleSources(file, sources.path()).written)
+                sourceFiles[exported.module] = exported.file;
+            for (int i = 2; i <= grid[grids::kGridModules].rowCount(); ++i) {
+                const grids::GridRow& r = grid[grids::kGridModules].row(i);
+                ASSERT_TRUE(sourceFiles.count(r.text)) << r.text;
+                const auto counts = test::countStoredText(test::readFile(sourceFiles[r.text]));
+                EXPECT_GT(counts.lines, 0) << r.text;
+                EXPECT_EQ(r.subItems, (std::vector<std::string>{std::to_string(counts.lines),
+                                                                std::to_string(counts.functions),
+                                                                std::to_string(counts.subs)}))
+                    << r.text;
+                ++modules;
+            }
+            // The scan leaves the window on the application's database.
+            EXPECT_EQ(db.Name(), file.string());
+        }
+
+        // Only the first seven grids are sized, and only those with columns.
+        for (int k = 0; k < grids::kGridCount; ++k)
+            EXPECT_EQ(w.controls.autoSized[static_cast<std::size_t>(k)], k < 7 && grid[k].columnCount() > 0 ? 1 : 0)
+                << k;
+
+        // The only errors real files give: saved queries over tables that
+        // are not there, and compiled-only modules; one line and one count
+        // each.
+        const auto lines = w.errorLogLines();
+        EXPECT_EQ(w.state.ErrorCount, static_cast<int>(lines.size()));
+        for (const auto& line : lines) {
+            const bool query = line.rfind("Query Error :", 0) == 0 && line.find(" : 003078 : ") != std::string::npos;
+            EXPECT_TRUE(query || (compiled && line.rfind("Modul Error :", 0) == 0)) << line;
+        }
     }
     EXPECT_GE(analysed, 25);
+    EXPECT_EQ(modules, 39);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The fillers' edge cases on real files and on files damaged for the
-// purpose: the error regions and their log lines, the list rules, the
-// summary rows and the relationship repetition.
+// purpose: the error regions and their log lines, the list rules and the
+// summary rows.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -14,7 +14,6 @@
 #include "grids/Fillers.h"
 #include "platform/dao/VbText.h"
 #include "platform/jet/Database.h"
-#include "tests/grids/CatalogueWalk.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
 
@@ -96,12 +95,10 @@ TEST(DatabaseGrid, SizeDatesPropertiesAndConnectionNeverRead) {
     ASSERT_EQ(grid.columnCount(), 2);
     EXPECT_EQ(grid.columns()[0].text, "DataBase");
     EXPECT_EQ(grid.columns()[0].width(), 3000);
-    EXPECT_EQ(grid.columns()[1].text, "");
-    EXPECT_EQ(column(grid, 0)[0], "File Size");
-    EXPECT_EQ(grid.row(1).subItem(1), std::to_string(fs::file_size(copy)) + " Bytes");
-    EXPECT_EQ(grid.row(2).text, "Created");
-    EXPECT_EQ(grid.row(3).text, "Last Accessed");
-    EXPECT_EQ(grid.row(4).text, "Last Modified");
+    const auto labels = column(grid, 0);
+    ASSERT_GE(labels.size(), 4u);
+    EXPECT_EQ(std::vector<std::string>(labels.begin(), labels.begin() + 4),
+              (std::vector<std::string>{"File Size", "Created", "Last Accessed", "Last Modified"}));
     EXPECT_EQ(grid.row(4).subItem(1), "1/2/2002");
 
     // Every property in collection order; the connection's value is one
@@ -140,7 +137,7 @@ TEST(DatabaseGrid, CountsAreAppendedEachTimeNeverReplaced) {
     EXPECT_EQ(values[filled + 7 + 6], "1");
 }
 
-// ---- the window ---------------------------------------------------------
+// ---- tables -------------------------------------------------------------
 
 // Controls that note which grids the window was told to redraw.
 class NotedControls : public RecordedControls {
@@ -150,53 +147,18 @@ public:
     std::vector<int> changed;
 };
 
-TEST(Fillers, TellTheWindowWhichGridChangedEvenWhenTheyFail) {
+TEST(TablesGrid, ATableThatCannotBeOpenedLeavesTheFillWithItsErrorAndTheGridRedrawn) {
     test::HeadlessWindow w;
     w.open(corpusFile("j3_nwind_krystek.mdb"));
     NotedControls controls(w.state, w.ui);
     controls.mdb = w.controls.mdb;
     WindowContext ctx{w.state, w.ui, controls, w.program, w.settings, w.ctx.programFolder};
-    test::listEverything(w.state);
-    test::fillCatalogueGrids(ctx);
-    w.state.lstData[0].AddItem("No Such");
-    EXPECT_THROW(FillGridTables(ctx), RuntimeError);
-    EXPECT_EQ(controls.changed, (std::vector<int>{kGridDatabase, kGridTables, kGridQueries, kGridIndexes, kGridFields,
-                                                   kGridRelations, kGridDatabase, kGridTables}));
-}
-
-// ---- tables -------------------------------------------------------------
-
-TEST(TablesGrid, CountsFieldsAndDeclaredSizes) {
-    test::HeadlessWindow w;
-    w.open(corpusFile("j3_nwind_krystek.mdb"));
-    w.state.lstData[0].AddItem("Categories");
-    w.state.lstData[0].AddItem("Order Details");
-    // The database is opened again from the path box; the old object may
-    // be gone.
-    w.state.CurrentDb->Close();
-    FillGridTables(w.ctx);
-
-    const Grid& grid = w.state.lvwGrid[kGridTables];
-    ASSERT_EQ(grid.columnCount(), 4);
-    EXPECT_EQ(grid.columns()[1].alignment, Alignment::Right);
-    ASSERT_EQ(grid.rowCount(), 3);
-    EXPECT_EQ(grid.row(1).text, "Tables in Database : ");
-    EXPECT_EQ(grid.row(1).subItem(1), "2");
-    // Long 4 + Text(15) + Memo 0 + OLE 0.
-    EXPECT_EQ(grid.row(2).subItems, (std::vector<std::string>{"8", "4", "19"}));
-    // Long 4 + Long 4 + Currency 8 + Integer 2 + Single 4.
-    EXPECT_EQ(grid.row(3).subItems, (std::vector<std::string>{"2155", "5", "22"}));
-    EXPECT_NO_THROW(w.state.CurrentDb->TableDefs());
-}
-
-TEST(TablesGrid, ATableThatCannotBeOpenedLeavesTheFillWithItsError) {
-    test::HeadlessWindow w;
-    w.open(corpusFile("j3_nwind_krystek.mdb"));
     for (const char* name : {"Categories", "No Such", "Customers"}) w.state.lstData[0].AddItem(name);
-    EXPECT_EQ(raisedNumber([&] { FillGridTables(w.ctx); }), 3078);
+    EXPECT_EQ(raisedNumber([&] { FillGridTables(ctx); }), 3078);
     EXPECT_EQ(column(w.state.lvwGrid[kGridTables], 0),
               (std::vector<std::string>{"Tables in Database : ", "Categories"}));
     EXPECT_EQ(w.state.ErrorCount, 0);
+    EXPECT_EQ(controls.changed, std::vector<int>{kGridTables});
 }
 
 // ---- queries ------------------------------------------------------------
@@ -204,9 +166,10 @@ TEST(TablesGrid, ATableThatCannotBeOpenedLeavesTheFillWithItsError) {
 TEST(QueriesGrid, TheQueryControlBoxDecidesWhichAreListed) {
     test::HeadlessWindow w;
     w.open(corpusFile("j4_northwind2000.mdb"));
-    test::listTablesAndQueries(w.state);
-    const int listed = w.state.lstData[1].ListCount();
     const auto& queries = w.state.CurrentDb->QueryDefs();
+    for (const auto& q : queries)
+        if (q.Name().find('~') == std::string::npos) w.state.lstData[1].AddItem(q.Name());
+    const int listed = w.state.lstData[1].ListCount();
     int hidden = 0;
     for (const auto& q : queries) hidden += q.Name().rfind('~', 0) == 0;
     ASSERT_GT(hidden, 0);
@@ -231,7 +194,7 @@ TEST(QueriesGrid, TheQueryControlBoxDecidesWhichAreListed) {
 TEST(QueriesGrid, AQueryOverAMissingTableIsLoggedAndKeepsItsType) {
     test::HeadlessWindow w;
     w.open(corpusFile("j3_nwind_psc_trim.mdb"));
-    test::listTablesAndQueries(w.state);
+    w.state.lstData[1].AddItem("any");  // the rows come from the saved queries
     FillGridQueries(w.ctx);
 
     const Grid& grid = w.state.lvwGrid[kGridQueries];
@@ -342,37 +305,6 @@ TEST(FieldsGrid, AFailureAtTheFirstTableFailsTheHandlerToo) {
     EXPECT_EQ(raisedNumber([&] { FillGridFields(w.ctx); }), 3265);
     EXPECT_TRUE(w.errorLogLines().empty());
     EXPECT_EQ(w.state.lvwGrid[kGridFields].rowCount(), 1);
-}
-
-// ---- relations ----------------------------------------------------------
-
-std::vector<std::vector<std::string>> relationRows(const std::string& file) {
-    test::HeadlessWindow w;
-    w.open(corpusFile(file));
-    test::listRelationships(w.state);
-    FillGridRelations(w.ctx);
-    std::vector<std::vector<std::string>> rows;
-    for (const auto& row : w.state.lvwGrid[kGridRelations].rows())
-        rows.push_back({row.text, row.subItem(1), row.subItem(2)});
-    return rows;
-}
-
-TEST(RelationsGrid, ARelationshipOverTwoColumnsShowsTwice) {
-    const auto rows = relationRows("j4_avtovokzal_multicol.mdb");
-    const std::vector<std::string> twoColumns = {"РейсыПассажиры", "Пассажиры", "Рейсы"};
-    EXPECT_EQ(std::count(rows.begin(), rows.end(), twoColumns), 2);
-    EXPECT_EQ(rows.front(), (std::vector<std::string>{"Relationships in Database", "3", ""}));
-    EXPECT_EQ(rows.size(), 5u);
-}
-
-TEST(RelationsGrid, TwoRelationshipsBetweenOnePairShowTwiceEach) {
-    const auto rows = relationRows("j4_stock_th.mdb");
-    EXPECT_EQ(std::count(rows.begin(), rows.end(), std::vector<std::string>{"SupplierDrugItem", "DrugItem", "Supplier"}), 2);
-    EXPECT_EQ(std::count(rows.begin(), rows.end(), std::vector<std::string>{"SupplierDrugItem1", "DrugItem", "Supplier"}), 2);
-    // A pair joined once shows its relationship once.
-    EXPECT_EQ(std::count(rows.begin(), rows.end(),
-                         std::vector<std::string>{"CustomerOutInvoice", "OutInvoice", "Customer"}),
-              1);
 }
 
 }  // namespace

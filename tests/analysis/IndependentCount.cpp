@@ -1,4 +1,4 @@
-#include "tests/modules/IndependentCount.h"
+#include "tests/analysis/IndependentCount.h"
 
 #include <regex>
 #include <vector>
