@@ -1,8 +1,8 @@
 #pragma once
-// The DAO layer and the analysis open databases by path, so the targets that
-// drive them write each input to a file first: in a folder of this process
-// under the temporary folder (a RAM disk where there is one), made once and
-// removed at exit.
+// The DAO layer, the analysis and the settings reader open files by path, so
+// the targets that drive them write each input to a file first: in a folder
+// of this process under the temporary folder (a RAM disk where there is one),
+// made once and removed at exit.
 #include <cstddef>
 #include <cstdint>
 #include <string>
