@@ -22,11 +22,6 @@ Counts countsOf(const std::string& body) {
     return {CountProcedures(&module, kCountFunctions), CountProcedures(&module, kCountSubs)};
 }
 
-TEST(CountProcedures, DeclarationsOnlyModuleCountsNothing) {
-    EXPECT_EQ(countsOf("Option Compare Database\r\nOption Explicit\r\n\r\nDim x As Long\r\n"), (Counts{0, 0}));
-    EXPECT_EQ(countsOf(""), (Counts{0, 0}));
-}
-
 TEST(CountProcedures, PlainPublicAndPrivateDeclarationsCount) {
     EXPECT_EQ(countsOf("Function F()\r\nEnd Function\r\n"), (Counts{1, 0}));
     EXPECT_EQ(countsOf("Public Function F() As Long\r\nEnd Function\r\n"), (Counts{1, 0}));
@@ -49,6 +44,8 @@ TEST(CountProcedures, OtherKindsOfProcedureLineAreNotCounted) {
                        "Declare Sub Sleep Lib \"kernel32\" (ByVal ms As Long)\r\n"
                        "Exit Function\r\n' Function in a comment\r\nx = 1: Sub\r\n"),
               (Counts{0, 0}));
+    EXPECT_EQ(countsOf("Option Compare Database\r\nOption Explicit\r\n\r\nDim x As Long\r\n"), (Counts{0, 0}));
+    EXPECT_EQ(countsOf(""), (Counts{0, 0}));
 }
 
 TEST(CountProceduresWords, AreCaseSensitiveAndSeparatedOnlyByTheSpace) {
@@ -73,16 +70,13 @@ TEST(CountProceduresErrors, PublicOrPrivateWithoutAFurtherBlankIsAnInvalidCall) 
               (Counts{-5, -5}));
 }
 
-TEST(CountProceduresErrors, UnreadableOrMissingModuleGivesItsNumberNegated) {
+TEST(CountProceduresErrors, UnreadableModuleGivesItsNumberNegatedAndUnknownKindsNothing) {
     const vba::AutomationModule compiled("M", RuntimeError(vba::automation_errors::ModuleCompiledOnly, "no source"));
     EXPECT_EQ(CountProcedures(&compiled, kCountFunctions), -vba::automation_errors::ModuleCompiledOnly);
     EXPECT_EQ(CountProcedures(&compiled, kCountSubs), -vba::automation_errors::ModuleCompiledOnly);
     EXPECT_EQ(CountProcedures(nullptr, kCountSubs), -91);
-}
-
-TEST(CountProcedures, AnyOtherKindCountsNothing) {
-    const std::string body = "Function F()\r\nSub S()\r\n";
-    const vba::ModuleSource source(body, 1252);
+    // Any other kind counts nothing.
+    const vba::ModuleSource source("Function F()\r\nSub S()\r\n", 1252);
     const vba::AutomationModule module("M", nullptr, source);
     EXPECT_EQ(CountProcedures(&module, 2), 0);
     EXPECT_EQ(CountProcedures(&module, -1), 0);
