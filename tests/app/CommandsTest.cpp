@@ -9,16 +9,12 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTimer>
-#include <QTreeWidget>
-#include <QHeaderView>
 
 #include "grids/WindowState.h"
-#include "tests/app/ShellFixture.h"
+#include "tests/app/WindowFixture.h"
 
 namespace ql::test {
 namespace {
-
-std::string text(const QString& s) { return s.toStdString(); }
 
 // The binding table: button index -> (list, selects).
 struct Row {
@@ -33,10 +29,17 @@ const Row kSelectTable[] = {
 };
 const int kListTabs[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 11};
 
-TEST_F(ShellTest, SelectButtonsFollowTheBindingTableOnFilledLists) {
+TEST_F(WindowTest, SelectButtonsFollowTheBindingTableOnFilledLists) {
     auto& w = load();
     for (int tab : kListTabs) w.SSTab()->setTabEnabled(tab, true);  // as after a run
     for (const auto& row : kSelectTable) {
+        auto* b = w.cmdSelect(row.index);
+        ASSERT_NE(b, nullptr);
+        EXPECT_EQ(text(b->objectName()), "cmdSelect" + std::to_string(row.index));
+        EXPECT_EQ(b->parentWidget(), w.fraTab(row.list)) << row.index;
+        EXPECT_EQ(text(b->text()), row.selects ? "Select &All" : "&Clear All") << row.index;
+        EXPECT_EQ(text(b->toolTip()), row.selects ? "Select ALL entries" : "Deselect ALL entries");
+
         // Every list filled, every entry the opposite of what the button sets.
         for (int tab : kListTabs) {
             auto& list = w.state().lstData[static_cast<std::size_t>(tab)];
@@ -46,7 +49,7 @@ TEST_F(ShellTest, SelectButtonsFollowTheBindingTableOnFilledLists) {
             w.mirrorNameList(tab);
         }
         ui.statusTexts.clear();
-        w.cmdSelect(row.index)->click();
+        b->click();
 
         EXPECT_EQ(ui.statusTexts, std::vector<std::string>{"Selecting...."}) << row.index;
         for (int tab : kListTabs) {
@@ -61,85 +64,54 @@ TEST_F(ShellTest, SelectButtonsFollowTheBindingTableOnFilledLists) {
     }
 }
 
-TEST_F(ShellTest, SelectButtonsSitOnTheirTabsWithCaptionsAndTips) {
+TEST_F(WindowTest, SelectionsOnScreenReachTheStateAndUnknownButtonsChangeNothing) {
     auto& w = load();
-    for (const auto& row : kSelectTable) {
-        auto* b = w.cmdSelect(row.index);
-        ASSERT_NE(b, nullptr);
-        EXPECT_EQ(text(b->objectName()), "cmdSelect" + std::to_string(row.index));
-        EXPECT_EQ(b->parentWidget(), w.fraTab(row.list)) << row.index;
-        EXPECT_EQ(text(b->text()), row.selects ? "Select &All" : "&Clear All") << row.index;
-        EXPECT_EQ(text(b->toolTip()), row.selects ? "Select ALL entries" : "Deselect ALL entries");
-    }
-}
-
-TEST_F(ShellTest, SelectOnEmptyListsOrUnknownIndexChangesNothing) {
-    auto& w = load();
-    for (const auto& row : kSelectTable) w.cmdSelect_Click(row.index);
-    for (int tab : kListTabs) {
-        EXPECT_EQ(w.state().lstData[static_cast<std::size_t>(tab)].ListCount(), 0);
-        EXPECT_EQ(w.lstData(tab)->count(), 0);
-    }
-    auto& tables = w.state().lstData[0];
-    tables.AddItem("T");
-    tables.SetSelected(0, true);
-    w.mirrorNameList(0);
-    ui.statusTexts.clear();
-    w.cmdSelect_Click(20);
-    w.cmdSelect_Click(-1);
-    EXPECT_TRUE(tables.Selected(0));
-    EXPECT_EQ(ui.statusTexts, (std::vector<std::string>{"Selecting....", "Selecting...."}));
-}
-
-TEST_F(ShellTest, UserSelectionInAListReachesTheState) {
-    auto& w = load();
+    for (const auto& row : kSelectTable) w.cmdSelect_Click(row.index);  // every list still empty
     auto& views = w.state().lstData[1];
     views.AddItem("q1");
     views.AddItem("q2");
     w.mirrorNameList(1);
     w.lstData(1)->item(1)->setSelected(true);
-    EXPECT_FALSE(views.Selected(0));
-    EXPECT_TRUE(views.Selected(1));
+    const std::vector<bool> selected = {false, true};
+    EXPECT_EQ(std::vector<bool>({views.Selected(0), views.Selected(1)}), selected);
+    ui.statusTexts.clear();
+    w.cmdSelect_Click(20);
+    w.cmdSelect_Click(-1);
+    EXPECT_EQ(std::vector<bool>({views.Selected(0), views.Selected(1)}), selected);
+    EXPECT_EQ(ui.statusTexts, (std::vector<std::string>{"Selecting....", "Selecting...."}));
 }
 
-TEST_F(ShellTest, StatisticsBoxAndMenuItemMirrorEachOther) {
+TEST_F(WindowTest, OptionBoxesAndTheirMenuItemsMirrorEachOther) {
     auto& w = load();
-    auto* item = w.action("mnuStatisticsCheck");
+    auto* stats = w.action("mnuStatisticsCheck");
     w.chkIncludeStats()->click();
-    EXPECT_TRUE(w.chkIncludeStats()->isChecked());
-    EXPECT_TRUE(item->isChecked());
-    item->trigger();
-    EXPECT_FALSE(item->isChecked());
+    EXPECT_TRUE(stats->isChecked());
+    stats->trigger();
     EXPECT_FALSE(w.chkIncludeStats()->isChecked());
-    item->trigger();
-    EXPECT_TRUE(item->isChecked());
+    stats->trigger();
     EXPECT_TRUE(w.chkIncludeStats()->isChecked());
     w.chkIncludeStats()->setChecked(false);
-    EXPECT_FALSE(item->isChecked());
-}
+    EXPECT_FALSE(stats->isChecked());
 
-TEST_F(ShellTest, ControlQueriesBoxAndMenuItemSetTheFlag) {
-    auto& w = load();
-    auto* item = w.action("mnuControlQueriesCheck");
+    // The control queries box also sets the flag the run reads.
+    auto* queries = w.action("mnuControlQueriesCheck");
     w.chkQryControl()->setChecked(true);
     EXPECT_EQ(w.state().IncludeTempQueries, -1);
-    EXPECT_TRUE(item->isChecked());
+    EXPECT_TRUE(queries->isChecked());
     w.chkQryControl()->setChecked(false);
     EXPECT_EQ(w.state().IncludeTempQueries, 0);
-    EXPECT_FALSE(item->isChecked());
-
-    item->setEnabled(true);  // switched on by a later step
-    item->trigger();
-    EXPECT_TRUE(item->isChecked());
+    EXPECT_FALSE(queries->isChecked());
+    queries->setEnabled(true);  // switched on by a later step
+    queries->trigger();
     EXPECT_TRUE(w.chkQryControl()->isChecked());
     EXPECT_EQ(w.state().IncludeTempQueries, -1);
     w.mnuControlQueriesCheck_Click();
-    EXPECT_FALSE(item->isChecked());
+    EXPECT_FALSE(queries->isChecked());
     EXPECT_FALSE(w.chkQryControl()->isChecked());
     EXPECT_EQ(w.state().IncludeTempQueries, 0);
 }
 
-TEST_F(ShellTest, EnterOrTabOnStatisticsBoxMovesToOutput) {
+TEST_F(WindowTest, EnterOrTabOnStatisticsBoxMovesToOutput) {
     auto& w = load();
     w.activateWindow();
     for (int key : {int(Qt::Key_Return), int(Qt::Key_Enter), int(Qt::Key_Tab)}) {
@@ -153,25 +125,16 @@ TEST_F(ShellTest, EnterOrTabOnStatisticsBoxMovesToOutput) {
     EXPECT_EQ(w.focusWidget(), w.chkIncludeStats());
 }
 
-TEST_F(ShellTest, MenuItemsForwardToTheirCommands) {
+TEST_F(WindowTest, MenuItemsForwardToTheirCommands) {
     auto& w = window();  // before the start-up switches items off
     const std::vector<std::pair<const char*, std::string>> forwards = {
-        {"mnuDatabase", "cmdFind_Click"},      {"mnuOutPut", "cmdOut_Click"},
-        {"mnuAnalyse", "cmdAnalyse_Click"},    {"mnuViewResults", "cmdView_Click"},
-        {"mnuViewStatsDb", "MakeGridVisible 0"}, {"mnuStatsTables", "MakeGridVisible 1"},
-        {"mnuStatsFields", "MakeGridVisible 2"}, {"mnuStatsIndexes", "MakeGridVisible 4"},
-        {"mnuStatsMacros", "MakeGridVisible 5"}, {"mnuStatsModules", "MakeGridVisible 6"},
-        {"mnuStatsRelations", "MakeGridVisible 7"}, {"mnuStatsViews", "MakeGridVisible 8"},
+        {"mnuDatabase", "cmdFind_Click"}, {"mnuOutPut", "cmdOut_Click"},
+        {"mnuAnalyse", "cmdAnalyse_Click"}, {"mnuViewResults", "cmdView_Click"},
     };
     for (const auto& [name, call] : forwards) {
         w.calls.clear();
         w.action(name)->trigger();
         EXPECT_EQ(w.calls, std::vector<std::string>{call}) << name;
-    }
-    for (const char* name : {"mnuStatsForms", "mnuStatsReports"}) {
-        w.calls.clear();
-        w.action(name)->trigger();
-        EXPECT_TRUE(w.calls.empty()) << name;
     }
     // The buttons reach the same commands.
     w.calls.clear();
@@ -182,7 +145,7 @@ TEST_F(ShellTest, MenuItemsForwardToTheirCommands) {
                                                  "cmdView_Click"}));
 }
 
-TEST_F(ShellTest, TranslateItemsAndButtonsDispatchBySection) {
+TEST_F(WindowTest, TranslateItemsAndButtonsDispatchBySection) {
     auto& w = window();
     const std::vector<std::pair<const char*, int>> items = {
         {"mnuTransForms", 5}, {"mnuTransReports", 6}, {"mnuTransMacros", 7}, {"mnuTransModules", 8},
@@ -211,7 +174,7 @@ TEST_F(ShellTest, TranslateItemsAndButtonsDispatchBySection) {
     }
 }
 
-TEST_F(ShellTest, TimerCountsTheLabelDown) {
+TEST_F(WindowTest, TimerCountsTheLabelDown) {
     auto& w = window();
     struct Step {
         const char* before;
@@ -225,7 +188,7 @@ TEST_F(ShellTest, TimerCountsTheLabelDown) {
     }
 }
 
-TEST_F(ShellTest, DelayWaitsForTheCountDownWhileEventsRun) {
+TEST_F(WindowTest, DelayWaitsForTheCountDownWhileEventsRun) {
     auto& w = window();
     w.Timer1()->setInterval(5);
     bool otherEventRan = false;
@@ -245,40 +208,34 @@ TEST_F(ShellTest, DelayWaitsForTheCountDownWhileEventsRun) {
     }
 }
 
-TEST_F(ShellTest, ContextHelpOpensTheHelpOrReportsTheError) {
+TEST_F(WindowTest, HelpAndWebSiteOpenOrReportTheError) {
     auto& w = load();
     help.shown.clear();
+    ui.messages.clear();
     w.action("mnuContextHelp")->trigger();
     ASSERT_EQ(help.shown.size(), 1u);
     EXPECT_EQ(help.shown[0].file, w.helpFile());
     EXPECT_EQ(help.shown[0].context, 100);
     EXPECT_EQ(help.shown[0].style, ui::WindowStyle::NormalFocus);
     EXPECT_EQ(w.action("mnuContextHelp")->property("HelpContextID").toInt(), 100);
-
-    help.isPresent = false;
-    ui.messages.clear();
-    w.action("mnuContextHelp")->trigger();
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "File not found");
-    EXPECT_EQ(ui.messages[0].title, "Quarrylantern");
-}
-
-TEST_F(ShellTest, WebSiteOpensInTheDesktopBrowserOrReportsTheError) {
-    auto& w = load();
-    ui.messages.clear();
     w.action("mnuOrvexWeb")->trigger();
     ASSERT_EQ(ui.started.size(), 1u);
     EXPECT_EQ(ui.started[0].commandLine, "xdg-open http://www.orvex.example/quarrylantern/");
     EXPECT_EQ(ui.started[0].style, ui::WindowStyle::MaximizedFocus);
     EXPECT_TRUE(ui.messages.empty());
 
+    help.isPresent = false;
     ui.failStarts = true;
+    w.action("mnuContextHelp")->trigger();
     w.mnuOrvexWeb_Click();
-    ASSERT_EQ(ui.messages.size(), 1u);
-    EXPECT_EQ(ui.messages[0].text, "File not found");
+    ASSERT_EQ(ui.messages.size(), 2u);
+    for (const auto& m : ui.messages) {
+        EXPECT_EQ(m.text, "File not found");
+        EXPECT_EQ(m.title, "Quarrylantern");
+    }
 }
 
-TEST_F(ShellTest, CloseAndExitUnloadAndEndTheProgram) {
+TEST_F(WindowTest, CloseAndExitUnloadAndEndTheProgram) {
     auto& w = load();
     w.cmdClose()->click();
     EXPECT_FALSE(w.isVisible());
@@ -291,31 +248,6 @@ TEST_F(ShellTest, CloseAndExitUnloadAndEndTheProgram) {
     EXPECT_EQ(w2.calls, std::vector<std::string>{"cmdClose_Click"});
     EXPECT_FALSE(w2.isVisible());
     EXPECT_EQ(programEnds, 2);
-}
-
-TEST_F(ShellTest, GridModelIsDrawnWithItsColumnsAndRows) {
-    auto& w = window();
-    auto& grid = w.state().lvwGrid[1];
-    grid.addColumn("Table", 3000);
-    grid.addColumn("Records", 600, grids::Alignment::Right);
-    grid.addColumn("Extra");
-    const int r = grid.addRow("Tables in Database : ");
-    grid.row(r).setSubItem(1, "12");
-    grid.addRow("Customers");
-    w.mirrorGrid(1);
-
-    auto* view = w.lvwGrid(1);
-    ASSERT_EQ(view->columnCount(), 3);
-    EXPECT_EQ(text(view->headerItem()->text(0)), "Table");
-    EXPECT_EQ(text(view->headerItem()->text(1)), "Records");
-    const int dpi = w.logicalDpiX();
-    EXPECT_EQ(view->columnWidth(0), 3000 * dpi / 1440);
-    EXPECT_EQ(view->columnWidth(2), 1440 * dpi / 1440);
-    ASSERT_EQ(view->topLevelItemCount(), 2);
-    EXPECT_EQ(text(view->topLevelItem(0)->text(0)), "Tables in Database : ");
-    EXPECT_EQ(text(view->topLevelItem(0)->text(1)), "12");
-    EXPECT_TRUE(view->topLevelItem(0)->textAlignment(1) & Qt::AlignRight);
-    EXPECT_EQ(text(view->topLevelItem(1)->text(1)), "");
 }
 
 }  // namespace

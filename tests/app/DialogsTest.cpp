@@ -14,56 +14,54 @@
 #include "app/QtUi.h"
 #include "app/frmAbout.h"
 #include "app/frmEditor.h"
-#include "tests/app/ShellFixture.h"
+#include "tests/app/WindowFixture.h"
 
 namespace ql::test {
 namespace {
 
-std::string text(const QString& s) { return s.toStdString(); }
+// What the editor dialog showed as it opened: caption, label, path.
+using Shown = std::vector<std::string>;
 
-TEST_F(ShellTest, XmlEditorOkStoresTheTextEvenWhenEmpty) {
-    auto& w = load();
-    std::string caption, label, shown;
-    onModal([&](QWidget* modal) {
+// Answers the editor dialog that the next command opens with `act`.
+std::shared_ptr<Shown> answerEditor(std::function<void(app::frmEditor&)> act) {
+    auto shown = std::make_shared<Shown>();
+    onModal([shown, act](QWidget* modal) {
         auto* dialog = qobject_cast<app::frmEditor*>(modal);
         ASSERT_NE(dialog, nullptr);
-        caption = text(dialog->windowTitle());
-        label = text(dialog->lblWhich()->text());
-        shown = text(dialog->txtEditor()->text());
-        dialog->txtEditor()->clear();
-        dialog->cmdOK()->click();
+        *shown = {text(dialog->windowTitle()), text(dialog->lblWhich()->text()), text(dialog->txtEditor()->text())};
+        act(*dialog);
+    });
+    return shown;
+}
+
+TEST_F(WindowTest, XmlEditorOkStoresTheTextEvenWhenEmpty) {
+    auto& w = load();
+    const auto shown = answerEditor([](app::frmEditor& dialog) {
+        dialog.txtEditor()->clear();
+        dialog.cmdOK()->click();
     });
     w.action("mnuXMLEditor")->trigger();
     EXPECT_EQ(values.editorKind, env::EditorKind::Xml);
-    EXPECT_EQ(caption, "Locate User XML Editor");
-    EXPECT_EQ(label, "XML Editor...");
-    EXPECT_EQ(shown, "Notepad.exe");
+    EXPECT_EQ(*shown, (Shown{"Locate User XML Editor", "XML Editor...", "Notepad.exe"}));
     EXPECT_EQ(values.XmlEditorPath, "");
     EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
     EXPECT_EQ(settings.ReadSetting("Paths", "XMLEditor", "?"), "");
 }
 
-TEST_F(ShellTest, TextEditorCancelAfterBrowseKeepsEverything) {
+TEST_F(WindowTest, TextEditorCancelAfterBrowseKeepsEverything) {
     auto& w = load();
     settings.WriteSetting("Paths", "Editor", "/usr/bin/vi");
     const auto before = TempFolder::read(settings.path());
     ui.chooseFile("/usr/bin/gedit");
-    std::string caption, label, shown, browsed;
-    onModal([&](QWidget* modal) {
-        auto* dialog = qobject_cast<app::frmEditor*>(modal);
-        ASSERT_NE(dialog, nullptr);
-        caption = text(dialog->windowTitle());
-        label = text(dialog->lblWhich()->text());
-        shown = text(dialog->txtEditor()->text());
-        dialog->cmdBrowse()->click();
-        browsed = text(dialog->txtEditor()->text());
-        dialog->cmdCancel()->click();
+    std::string browsed;
+    const auto shown = answerEditor([&browsed](app::frmEditor& dialog) {
+        dialog.cmdBrowse()->click();
+        browsed = text(dialog.txtEditor()->text());
+        dialog.cmdCancel()->click();
     });
     w.mnuEditor_Click();  // the menu item itself starts switched off
     EXPECT_EQ(values.editorKind, env::EditorKind::Text);
-    EXPECT_EQ(caption, "Locate User TEXT Editor");
-    EXPECT_EQ(label, "TEXT Editor...");
-    EXPECT_EQ(shown, "/usr/bin/vi");
+    EXPECT_EQ(*shown, (Shown{"Locate User TEXT Editor", "TEXT Editor...", "/usr/bin/vi"}));
     EXPECT_EQ(browsed, "/usr/bin/gedit");
     ASSERT_EQ(ui.dialogs.size(), 1u);
     EXPECT_EQ(ui.dialogs[0].request.fileName, "/usr/bin/vi");
@@ -71,26 +69,24 @@ TEST_F(ShellTest, TextEditorCancelAfterBrowseKeepsEverything) {
     EXPECT_EQ(values.TextEditorPath, "Notepad.exe");
 }
 
-TEST_F(ShellTest, AboutBoxShowsVersionTaglineAndItsButtons) {
+TEST_F(WindowTest, AboutBoxShowsVersionTaglineAndItsButtons) {
     auto& w = load();
     ui.messages.clear();
-    std::string caption, version, description, title;
+    Shown shown;
+    std::string description;
     onModal([&](QWidget* modal) {
         auto* about = qobject_cast<app::frmAbout*>(modal);
         ASSERT_NE(about, nullptr);
-        caption = text(about->windowTitle());
-        title = text(about->lblTitle()->text());
-        version = text(about->lblVersion()->text());
+        shown = {text(about->windowTitle()), text(about->lblTitle()->text()), text(about->lblVersion()->text())};
         description = text(about->lblDescription()->text());
         about->cmdSysInfo()->click();
         about->lblHomepage_Click();
         about->cmdOK()->click();
     });
     w.action("mnuHelpAbout")->trigger();
-    EXPECT_EQ(caption, "About Quarrylantern");
-    EXPECT_EQ(title, "Quarrylantern");
-    EXPECT_EQ(version, "Version " + std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) +
-                           "." + std::to_string(QL_VERSION_PATCH));
+    EXPECT_EQ(shown, (Shown{"About Quarrylantern", "Quarrylantern",
+                            "Version " + std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) +
+                                "." + std::to_string(QL_VERSION_PATCH)}));
     EXPECT_NE(description.find("\nGet the Code, Find the Controls, See what it REALLY looks like\n"),
               std::string::npos);
     ASSERT_EQ(ui.messages.size(), 1u);
@@ -132,7 +128,7 @@ TEST(QtUi, MessageBoxCarriesTitleTextIconButtonsAndDefault) {
               ui::Answer::OK);
 }
 
-TEST_F(ShellTest, QtUiWritesTheWindowsStatusBarAndProgressBar) {
+TEST_F(WindowTest, QtUiWritesTheWindowsStatusBarAndProgressBar) {
     auto& w = window();
     app::QtUi qtUi;
     qtUi.attach(&w, w.ssbPanel(), w.pgb());
