@@ -31,6 +31,7 @@
 #include "Version.h"
 #include "analysis/AnalysisRun.h"
 #include "analysis/FormatQuerySql.h"
+#include "app/EventPump.h"
 #include "app/WindowControlsQt.h"
 #include "app/frmAbout.h"
 #include "app/frmEditor.h"
@@ -501,6 +502,7 @@ grids::WindowControls& frmQuarrylantern::controls() { return *controls_; }
 void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&)>& command) {
     std::optional<RuntimeError> unhandled;
     try {
+        const EventPump pump(services_.eventPumpInterval);
         command(*context_);
     } catch (const grids::UnhandledError& e) {
         unhandled = e.error();

@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -53,6 +54,9 @@ struct Services {
     std::function<bool(const std::string&)> fileExists;
     // Ends the program after the window unloads (default: leave the event loop).
     std::function<void()> endProgram;
+    // While a command reads a large file, the window repaints at most this
+    // often (and no more than the reader reports progress).
+    std::chrono::milliseconds eventPumpInterval{50};
 };
 
 inline constexpr int kStepCount = 7;
@@ -115,7 +119,8 @@ public:
 
     // Runs a command of another folder on the window's context. An error
     // that no handler of the command takes is reported as the runtime
-    // reports it, and the window closes.
+    // reports it, and the window closes. While it runs, long reads keep the
+    // window painted without letting the user's input in.
     void runCommand(const std::function<void(grids::WindowContext&)>& command);
     grids::WindowContext& context() { return *context_; }
     grids::WindowControls& controls();
