@@ -15,6 +15,7 @@
 #include "grids/ErrorLog.h"
 #include "grids/UnhandledError.h"
 #include "grids/WindowContext.h"
+#include "open/OpenForAnalysis.h"
 #include "platform/dao/Dao.h"
 #include "platform/profile/SettingsFile.h"
 #include "platform/vba/Automation.h"
@@ -102,13 +103,7 @@ public:
     void open() {
         timer_.begin("open");
         try {
-            dao::DBEngine engine;
-            engine.SystemDB = options_.workgroup;
-            state_.CurrentDb = engine.OpenDatabase(outcome_.database, false, true);
-            state_.DbEngine = engine;
-            state_.SystemDbPath = options_.workgroup;
-            state_.ActualDbPath = outcome_.database;
-            controls_.setTxtMDB(outcome_.database);
+            open::openForAnalysis(ctx_, outcome_.database, options_.workgroup);
             outcome_.opened = true;
         } catch (const std::exception& e) {
             outcome_.error = grids::asRuntimeError(e);

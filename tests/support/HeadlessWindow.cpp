@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+#include "open/OpenForAnalysis.h"
+
 namespace ql::test {
 
 HeadlessWindow::HeadlessWindow()
@@ -11,13 +13,7 @@ HeadlessWindow::HeadlessWindow()
 }
 
 void HeadlessWindow::open(const std::filesystem::path& database, const std::filesystem::path& workgroup) {
-    dao::DBEngine engine;
-    engine.SystemDB = workgroup.string();
-    state.CurrentDb = engine.OpenDatabase(database.string(), false, true);
-    state.DbEngine = engine;
-    state.SystemDbPath = workgroup.string();
-    state.ActualDbPath = database.string();
-    controls.setTxtMDB(database.string());
+    open::openForAnalysis(ctx, database.string(), workgroup.string());
     state.ErrorLogPath = (folder.path() / "Errors.Log").string();
 }
 
