@@ -6,7 +6,9 @@
 //     (b) reading the same files from the page cache with cat;
 //  2. the tool's own per-stage times (--timings), summed over the corpus;
 //  3. with --scale: files of 10 MB, 100 MB and 1 GB written by jetwriter, the
-//     analysis of each against cat, and how time and peak memory grow.
+//     analysis of each against cat, and how time and peak memory grow; and
+//     the longest the reader goes without the progress call at which the
+//     window runs its events (responsiveness_bench).
 //
 //   analysis_bench [--smoke] [--scale] [--sizes 10M,100M,1G,rows:10000000] [--scale-dir DIR]
 //                  [--tool PATH] [--jetwriter PATH] [--corpus DIR] [--rounds N]
@@ -41,6 +43,7 @@ namespace {
 struct Options {
     std::string tool = QL_BENCH_TOOL;
     std::string jetwriter = QL_BENCH_JETWRITER;
+    std::string gap = QL_BENCH_GAP;  // responsiveness_bench; empty when not built
     fs::path corpus = fs::path(QL_BENCH_SHARED_DIR) / "corpus";
     fs::path scaleDir = fs::path(QL_BENCH_BINARY_DIR) / "bench-scale";
     std::vector<std::string> sizes = {"10M", "100M", "1G"};
@@ -433,6 +436,13 @@ int scaleBench(const Options& o, const fs::path& scratch)
             top += part;
         }
         std::printf("  %8s longest stages: %s\n", "", top.c_str());
+        if (!o.gap.empty() && onPath(o.gap)) {
+            // Its own line, from its own run: "FILE: longest N ms without a progress call, ...".
+            const Run g = spawn({o.gap, file.string()}, scratch, true, false);
+            const std::size_t at = g.out.find(": longest ");
+            if (g.status == 0 && at != std::string::npos)
+                std::printf("  %8s window: %s", "", g.out.substr(at + 2).c_str());
+        }
         std::fflush(stdout);
     }
     std::printf("  (peak MB: the tool's peak resident memory, pages of the mapped file included; anon MB: the\n"
