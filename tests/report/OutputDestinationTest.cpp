@@ -220,9 +220,7 @@ TEST(OutputChoice, ClosingBeforeAnyReportWasStartedTouchesNoFile) {
 }
 
 TEST_F(Output, AFailingHeaderIsReportedAndLeavesTheAnalysisLocked) {
-    report::optFormat_Click(w.ctx, 0);
-    w.ui.chooseFile((w.folder / "no-such-folder" / "r.txt").string());
-    report::cmdOut_Click(w.ctx);
+    choose(0, "no-such-folder/r.txt");
     ASSERT_EQ(w.ui.messages.size(), 1u);
     EXPECT_EQ(w.ui.messages[0].title, "Quarrylantern");
     EXPECT_FALSE(w.ui.messages[0].text.empty());
