@@ -237,7 +237,7 @@ TEST_F(GridsWindowTest, AnErrorLeavingACommandIsReportedAndClosesTheWindow) {
 
 TEST_F(GridsWindowTest, AQueryThatIsGoneGivesAMessageAndNoWindow) {
     auto& w = loadRunning();
-    openCopy("j3_afr.mdb");
+    chooseDatabase("j3_afr.mdb", "j3_mssecure.mdw");
     auto& grid = w.state().lvwGrid[grids::kGridQueries];
     grid.addColumn("Query", 3000);
     grid.addRow("Views in Database");

@@ -86,17 +86,6 @@ TestWindow& WindowTest::loadRunning() {
     return load();
 }
 
-void WindowTest::openCopy(const std::string& corpusName) {
-    auto& w = *window_;
-    const auto path = writableCopy(corpusName, data.path()).string();
-    dao::DBEngine engine;
-    w.state().CurrentDb = engine.OpenDatabase(path, false, true);
-    w.state().DbEngine = engine;
-    w.state().ActualDbPath = path;
-    w.controls().setTxtMDB(path);
-    w.state().ErrorLogPath = errorLog().string();
-}
-
 void WindowTest::chooseDatabase(const std::string& database, const std::string& workgroup) {
     ui.chooseFile(writableCopy(workgroup, data.path()).string());
     ui.chooseFile(writableCopy(database, data.path()).string());
@@ -104,7 +93,7 @@ void WindowTest::chooseDatabase(const std::string& database, const std::string& 
 }
 
 void WindowTest::analyse() {
-    window_->state().ErrorLogPath = errorLog().string();
+    window_->state().ErrorLogPath = (data / "Errors.Log").string();
     window_->cmdAnalyse()->setEnabled(true);
     window_->cmdAnalyse()->click();
 }

@@ -103,14 +103,10 @@ protected:
     // ticks fast so that a run does not wait two real seconds.
     TestWindow& loadRunning();
 
-    // Opens a copy of a corpus database the way "Database.." leaves the
-    // window, and puts the error log where choosing an output file would.
-    void openCopy(const std::string& corpusName);
     // "Database.." with both files chosen in the dialogs (copies).
     void chooseDatabase(const std::string& database, const std::string& workgroup);
     // Analyse, once the output step has put the error log in place.
     void analyse();
-    std::filesystem::path errorLog() const { return data / "Errors.Log"; }
     // A click on a kind in the results list, as the user makes it.
     void clickKind(const char* kind);
     // The grids the results tab would show (the tab itself may be hidden).
