@@ -126,18 +126,13 @@ TEST(DatabaseGrid, CountsAreAppendedEachTimeNeverReplaced) {
 
     const auto labels = column(w.state.lvwGrid[kGridDatabase], 0);
     const auto values = column(w.state.lvwGrid[kGridDatabase], 1);
-    const std::vector<std::string> kinds = {"Tables", "Fields", "Views", "Indexes", "Macros", "Modules", "Relationships"};
-    ASSERT_EQ(static_cast<int>(labels.size()), filled + 14);
-    for (std::size_t i = 0; i < 7; ++i) {
-        EXPECT_EQ(labels[filled + i], kinds[i]);
-        EXPECT_EQ(values[filled + i], "0");
-        EXPECT_EQ(labels[filled + 7 + i], kinds[i]);
-    }
-    EXPECT_EQ(values[filled + 7 + 2], "2");  // Views: the queries list
-    EXPECT_EQ(values[filled + 7 + 6], "1");
+    std::vector<std::string> appended;
+    for (std::size_t i = static_cast<std::size_t>(filled); i < labels.size(); ++i)
+        appended.push_back(labels[i] + " " + values[i]);
+    EXPECT_EQ(appended, (std::vector<std::string>{"Tables 0", "Fields 0", "Views 0", "Indexes 0", "Macros 0",
+                                                  "Modules 0", "Relationships 0", "Tables 0", "Fields 0", "Views 2",
+                                                  "Indexes 0", "Macros 0", "Modules 0", "Relationships 1"}));
 }
-
-// ---- tables -------------------------------------------------------------
 
 // Controls that note which grids the window was told to redraw.
 class NotedControls : public RecordedControls {
