@@ -173,32 +173,6 @@ TEST(ModulesGrid, HandlerWithoutAQueryToNameLeavesTheFiller) {
     EXPECT_FALSE(w.state.AccessApplication->hasQuit());
 }
 
-TEST(MacrosGrid, ListsTheMacrosWhileTheModulesGridStaysEmpty) {
-    HeadlessWindow w;
-    w.open(test::corpusFile("j4_tmpclp_macros_ru.mdb"));
-    listContainer(w, "Scripts", kMacrosList);
-    listContainer(w, "Modules", kModulesList);
-    ASSERT_EQ(listed(w, kModulesList).size(), 0u);
-
-    FillGridMacros(w.ctx);
-    FillGridModules(w.ctx);
-
-    const Grid& macros = w.state.lvwGrid[kGridMacros];
-    EXPECT_EQ(columnsOf(macros), (std::vector<std::string>{"Macros 3000 L", " 1440 L"}));
-    EXPECT_FALSE(macros.columns()[1].widthTwips);  // added without a width
-    EXPECT_EQ(macros.row(1).subItems, (std::vector<std::string>{"14"}));
-    for (int r = 2; r <= macros.rowCount(); ++r) EXPECT_TRUE(macros.row(r).subItems.empty());
-
-    const Grid& modules = w.state.lvwGrid[kGridModules];
-    EXPECT_EQ(modules.columnCount(), 0);
-    EXPECT_EQ(modules.rowCount(), 0);
-    EXPECT_EQ(w.state.AccessAutomationStarts, 0);
-    EXPECT_EQ(w.state.AccessApplication, nullptr);
-    // The macros filler gives the pointer back; the modules filler leaves it busy.
-    EXPECT_EQ(w.ui.pointers, (std::vector{ui::MousePointer::Hourglass, ui::MousePointer::Default,
-                                          ui::MousePointer::Hourglass}));
-}
-
 // Every scan starts the application once and leaves it, quit, for the
 // unload; the pointer stays busy for the run to restore. Emptied lists clear
 // what the grids held and start nothing.
@@ -214,7 +188,15 @@ TEST(ModulesGrid, RescansStartTheApplicationAgainAndEmptyListsClear) {
     EXPECT_EQ(w.state.AccessAutomationStarts, 1);
     EXPECT_EQ(w.ui.pointers, std::vector<ui::MousePointer>(2, ui::MousePointer::Hourglass));
 
+    // The macros filler gives the pointer back; its grid has no sub-items.
     FillGridMacros(w.ctx);
+    EXPECT_EQ(w.ui.pointers.back(), ui::MousePointer::Default);
+    const Grid& macros = w.state.lvwGrid[kGridMacros];
+    EXPECT_EQ(columnsOf(macros), (std::vector<std::string>{"Macros 3000 L", " 1440 L"}));
+    EXPECT_FALSE(macros.columns()[1].widthTwips);  // added without a width
+    ASSERT_EQ(macros.rowCount(), 2);
+    EXPECT_EQ(macros.row(1).subItems, (std::vector<std::string>{"1"}));
+    EXPECT_TRUE(macros.row(2).subItems.empty());
     FillGridModules(w.ctx);
     EXPECT_EQ(w.state.AccessAutomationStarts, 2);
     EXPECT_NE(w.state.AccessApplication, first);
@@ -228,7 +210,7 @@ TEST(ModulesGrid, RescansStartTheApplicationAgainAndEmptyListsClear) {
         EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].rowCount(), 0);
         EXPECT_EQ(w.state.lvwGrid[static_cast<std::size_t>(k)].columnCount(), 0);
     }
-    EXPECT_EQ(w.state.AccessAutomationStarts, 2);
+    EXPECT_EQ(w.state.AccessAutomationStarts, 2);  // an empty list starts nothing
 }
 
 }  // namespace
