@@ -28,9 +28,9 @@ TEST(StatisticsReport, EmptyWindowGivesBannerTwelveEmptyLinesAndThreeBareLists) 
     grids::WindowState state;
     std::vector<std::string> expected = kBanner;
     for (int i = 0; i < grids::kGridCount; ++i) expected.emplace_back();
-    for (const std::string& line : {"Forms in Database", "-----------------", "", "Reports in Database",
-                                    "-------------------", "", "Data Access Pages in Database",
-                                    "-----------------------------"})
+    for (const char* line : {"Forms in Database", "-----------------", "", "Reports in Database",
+                             "-------------------", "", "Data Access Pages in Database",
+                             "-----------------------------"})
         expected.emplace_back(line);
     EXPECT_EQ(bodyOf(state), expected);
 }
