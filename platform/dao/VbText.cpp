@@ -545,56 +545,6 @@ double Time() {
 
 double Today() { return std::floor(Now()); }
 
-std::string Str(double value) {
-    std::string text = doubleText(value);
-    if (text.rfind("0.", 0) == 0) text.erase(0, 1);
-    else if (text.rfind("-0.", 0) == 0) text.erase(1, 1);
-    return value >= 0 || std::isnan(value) ? " " + text : text;
-}
-
-double Val(const std::string& raw) {
-    std::string text;
-    for (const char c : raw)
-        if (c != ' ' && c != '\t' && c != '\n' && c != '\r') text += c;
-    if (text.size() >= 2 && text[0] == '&' && (text[1] == 'H' || text[1] == 'h' || text[1] == 'O' || text[1] == 'o')) {
-        const bool hex = text[1] == 'H' || text[1] == 'h';
-        std::uint64_t value = 0;
-        size_t count = 0;
-        for (size_t i = 2; i < text.size() && count < 16; ++i, ++count) {
-            const int c = std::tolower(static_cast<unsigned char>(text[i]));
-            int digit;
-            if (c >= '0' && c <= '7') digit = c - '0';
-            else if (hex && std::isxdigit(c)) digit = std::isdigit(c) ? c - '0' : c - 'a' + 10;
-            else break;
-            value = value * (hex ? 16 : 8) + static_cast<std::uint64_t>(digit);
-        }
-        // Up to four hex digits read as an Integer, more as a Long: &HFFFF is -1.
-        if (value <= 0xFFFF && (!hex || count <= 4)) return static_cast<std::int16_t>(value);
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-    }
-    size_t i = 0;
-    std::string number;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) number += text[i++];
-    bool point = false;
-    for (; i < text.size(); ++i) {
-        if (std::isdigit(static_cast<unsigned char>(text[i]))) number += text[i];
-        else if (text[i] == '.' && !point) {
-            number += '.';
-            point = true;
-        } else break;
-    }
-    if (i < text.size() && std::strchr("eEdD", text[i])) {
-        std::string exponent = "e";
-        size_t j = i + 1;
-        if (j < text.size() && (text[j] == '+' || text[j] == '-')) exponent += text[j++];
-        const size_t start = j;
-        while (j < text.size() && std::isdigit(static_cast<unsigned char>(text[j]))) exponent += text[j++];
-        if (j > start) number += exponent;
-    }
-    const double value = std::strtod(number.c_str(), nullptr);
-    return std::isfinite(value) ? value : 0;
-}
-
 bool IsNumeric(const std::string& text) { return parseNumber(text).has_value(); }
 
 bool IsNumeric(const Variant& value) {

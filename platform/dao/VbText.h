@@ -1,6 +1,6 @@
 #pragma once
 // VB6's conversions between values and text, in the English (United States)
-// conventions: what CStr, Str, Val, IsNumeric and Format give for the values
+// conventions: what CStr, IsNumeric and Format give for the values
 // the program shows or writes.
 #include <cstdint>
 #include <ctime>
@@ -30,13 +30,6 @@ double localDays(std::time_t seconds);
 double Now();    // the current local date and time
 double Time();   // the current local time of day (day 0)
 double Today();  // VB's Date: today at midnight
-
-// Str: a leading blank for numbers >= 0, no zero before the point (" .5").
-std::string Str(double value);
-
-// Val: the number at the start of the text, blanks, tabs and line feeds
-// skipped anywhere; "&H"/"&O" prefixes; 0 when there is none.
-double Val(const std::string& text);
 
 // IsNumeric: the whole text reads as a number in the OLE way (blanks around,
 // one sign before or after or parentheses, "$" before or after, thousands
