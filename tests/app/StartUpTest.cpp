@@ -95,9 +95,10 @@ TEST_F(WindowTest, MenusCarryTheirNamesCaptionsAndOrder) {
                   "mnuTransRelationships &Relationships,",
                   "mnuOptions &Options: mnuControlQueriesCheck &Control Queries, mnuStatisticsCheck &Statistics, "
                   "mnuEditor &Text Editor..., mnuXMLEditor &XML Editor...,",
-                  "mnuStatistics &Statistics: mnuViewStatsDb &Database, mnuStatsTables &Tables, mnuStatsFields &Fields, "
-                  "mnuStatsViews &Views, mnuStatsIndexes &Indexes, mnuStatsRelations &Relationships, mnuStatsMacros "
-                  "Ma&cros, mnuStatsModules &Modules, mnuStatsForms &Forms, mnuStatsReports &Reports,",
+                  "mnuStatistics &Statistics: mnuViewStatsDb &Database, mnuStatsTables &Tables, "
+                  "mnuStatsFields &Fields, mnuStatsViews &Views, mnuStatsIndexes &Indexes, mnuStatsRelations "
+                  "&Relationships, mnuStatsMacros Ma&cros, mnuStatsModules &Modules, mnuStatsForms &Forms, "
+                  "mnuStatsReports &Reports,",
                   "mnuHelp &Help: mnuContextHelp Context Help, mnuOrvexWeb &Orvex Web Site, mnuHelpAbout &About,",
               }));
 }

@@ -99,7 +99,8 @@ void WindowTest::analyse() {
 }
 
 void WindowTest::clickKind(const char* kind) {
-    const auto found = window_->lstItem()->findItems(QString::fromLatin1(kind), Qt::MatchExactly | Qt::MatchCaseSensitive);
+    const auto found =
+        window_->lstItem()->findItems(QString::fromLatin1(kind), Qt::MatchExactly | Qt::MatchCaseSensitive);
     ASSERT_EQ(found.size(), 1) << kind;
     window_->lstItem()->setCurrentItem(found.front());
     emit window_->lstItem()->itemClicked(found.front());

@@ -64,7 +64,8 @@ TEST(ModulesGrid, CompiledOnlyDatabaseLogsOneLinePerModuleAndGoesOn) {
     listContainer(w, "Modules", kModulesList);
     FillGridModules(w.ctx);
     const Grid& grid = w.state.lvwGrid[kGridModules];
-    EXPECT_EQ(columnsOf(grid), (std::vector<std::string>{"Modules 3000 L", "Lines 600 R", "Funcs 600 R", "Subs 600 R"}));
+    EXPECT_EQ(columnsOf(grid),
+              (std::vector<std::string>{"Modules 3000 L", "Lines 600 R", "Funcs 600 R", "Subs 600 R"}));
     ASSERT_EQ(grid.rowCount(), 2);
     const auto& row = grid.row(2);
     // The failed read leaves the lines cell unset.

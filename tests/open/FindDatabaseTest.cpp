@@ -26,9 +26,7 @@ const std::string kDatabase = "j4_address_ja.mdb";
 
 class FindDatabase : public ::testing::Test {
 protected:
-    std::string copyOf(const std::string& corpusName, const std::string& as = {}) {
-        return test::writableCopy(corpusName, w.folder.path(), as).string();
-    }
+    std::string copyOf(const std::string& name) { return test::writableCopy(name, w.folder.path()).string(); }
     std::string setting(const std::string& key) const { return w.settings.ReadSetting("Paths", key, kUnset); }
     std::vector<std::string> texts() const {
         std::vector<std::string> out;
