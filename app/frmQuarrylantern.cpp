@@ -64,8 +64,8 @@ const char* const kTabCaptions[grids::kTabCount] = {
 
 const char* const kFormatCaptions[kFormatCount] = {"Text", "XML", "Char Separated Value", "Excel"};
 
-const char* const kKinds[] = {"Database", "Tables",  "Fields",  "Queries",
-                              "Indexes",  "Macros",  "Modules", "Relationships"};
+const char* const kKinds[] = {"Database", "Tables",  "Fields",  "Queries",      "Indexes",
+                              "Macros",   "Modules", "Relationships", "Miscellaneous"};
 
 constexpr const char* kAppTitle = viewers::kProductName;
 
@@ -732,6 +732,9 @@ void frmQuarrylantern::mirrorGrid(int i) {
         const auto& column = grid.columns()[static_cast<std::size_t>(c)];
         view->setColumnWidth(c, column.width() * dpi / grids::kTwipsPerInch);
         view->headerItem()->setTextAlignment(c, align(column.alignment));
+        // Columns are fitted to their contents only, which can cut a
+        // header short ("cords" for "Records"): the whole text shows on hover.
+        view->headerItem()->setToolTip(c, q(column.text));
     }
     QList<QTreeWidgetItem*> items;
     items.reserve(grid.rowCount());

@@ -32,8 +32,12 @@ protected:
             auto* view = w.lvwGrid(g);
             ASSERT_EQ(view->columnCount(), grid.columnCount()) << "grid " << g;
             ASSERT_EQ(view->topLevelItemCount(), grid.rowCount()) << "grid " << g;
-            for (int c = 0; c < grid.columnCount(); ++c)
-                EXPECT_EQ(text(view->headerItem()->text(c)), grid.columns()[static_cast<std::size_t>(c)].text);
+            for (int c = 0; c < grid.columnCount(); ++c) {
+                const std::string& header = grid.columns()[static_cast<std::size_t>(c)].text;
+                EXPECT_EQ(text(view->headerItem()->text(c)), header);
+                // Fitted columns may cut the header short; hovering shows it whole.
+                EXPECT_EQ(text(view->headerItem()->toolTip(c)), header);
+            }
             for (int r = 0; r < grid.rowCount(); ++r) {
                 const auto& row = grid.rows()[static_cast<std::size_t>(r)];
                 auto* item = view->topLevelItem(r);

@@ -118,9 +118,6 @@ TEST_F(GridsWindowTest, MenuItemsAndTheCommandShowOneGridOrNone) {
 
 TEST_F(GridsWindowTest, KindsOfTheResultsListSelectTheirGrids) {
     auto& w = loadRunning();
-    // The list as start-up fills it has no "Miscellaneous"; the click knows
-    // it all the same.
-    w.lstItem()->addItem(QStringLiteral("Miscellaneous"));
     w.lstItem()->addItem(QStringLiteral("queries"));
 
     // No database chosen: nothing changes, whatever is clicked.

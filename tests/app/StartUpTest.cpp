@@ -127,7 +127,7 @@ TEST_F(WindowTest, StartUpStatesOfCommandsTabsAndLists) {
     QStringList kinds;
     for (int i = 0; i < w.lstItem()->count(); ++i) kinds << w.lstItem()->item(i)->text();
     EXPECT_EQ(kinds, QStringList({"Database", "Tables", "Fields", "Queries", "Indexes", "Macros", "Modules",
-                                  "Relationships"}));
+                                  "Relationships", "Miscellaneous"}));
 
     // Switched off themselves, not only through their switched-off tabs.
     for (int i = 0; i < 12; ++i) {
