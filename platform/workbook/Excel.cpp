@@ -22,18 +22,14 @@ struct SheetState {
 struct WorkbookState {
     bool open = true;
     std::string name;
-    std::string fullName;
-    int fileFormat = xlExcel9795;
     std::vector<std::shared_ptr<SheetState>> sheets;
     std::shared_ptr<SheetState> active;
     int lastSheetNumber = 0;
 };
 
 struct ApplicationState {
-    bool running = true;
     std::vector<std::shared_ptr<WorkbookState>> workbooks;
     int lastBookNumber = 0;
-    int sheetsInNewWorkbook = 3;
 };
 
 namespace {
@@ -49,11 +45,6 @@ using namespace automation_errors;
 }
 
 [[noreturn]] void raiseSubscript() { raise(SubscriptOutOfRange, "Subscript out of range"); }
-
-const ApplicationState& live(const std::shared_ptr<ApplicationState>& app) {
-    if (!app->running) raiseDisconnected();
-    return *app;
-}
 
 WorkbookState& live(const std::shared_ptr<WorkbookState>& book) {
     if (!book->open) raiseDisconnected();
@@ -179,16 +170,6 @@ Worksheet SheetList::Add(const Worksheet& after) {
     return Worksheet(book_, sheet);
 }
 
-Worksheet SheetList::Add() {
-    WorkbookState& book = live(book_);
-    if (book.sheets.size() >= std::numeric_limits<uint16_t>::max())
-        raise(MethodFailed, "The workbook cannot hold more sheets.");
-    auto sheet = newSheet(book);
-    book.sheets.insert(book.sheets.begin() + positionOf(book, book.active.get()), sheet);
-    book.active = sheet;
-    return Worksheet(book_, sheet);
-}
-
 // ---- Workbook
 
 SheetList Workbook::Worksheets() const {
@@ -200,10 +181,6 @@ Worksheet Workbook::ActiveSheet() const { return Worksheet(book_, live(book_).ac
 
 std::string Workbook::Name() const { return live(book_).name; }
 
-std::string Workbook::FullName() const { return live(book_).fullName; }
-
-int Workbook::FileFormat() const { return live(book_).fileFormat; }
-
 WorkbookModel Workbook::Snapshot() const {
     const WorkbookState& book = live(book_);
     WorkbookModel model;
@@ -212,7 +189,7 @@ WorkbookModel Workbook::Snapshot() const {
     return model;
 }
 
-void Workbook::SaveAs(const std::string& path, int fileFormat) {
+void Workbook::SaveAs(const std::string& path, int /*fileFormat*/) {
     WorkbookState& book = live(book_);
     if (path.empty()) raise(MethodFailed, "Cannot save the workbook: no file name was given.");
     const WorkbookModel model = Snapshot();
@@ -227,9 +204,7 @@ void Workbook::SaveAs(const std::string& path, int fileFormat) {
     } catch (const std::exception& e) {
         raise(MethodFailed, "Cannot save the workbook as '" + path + "': " + e.what());
     }
-    book.fullName = path;
     book.name = std::filesystem::path(path).filename().string();
-    book.fileFormat = fileFormat;
 }
 
 void Workbook::Close() {
@@ -239,29 +214,19 @@ void Workbook::Close() {
 // ---- WorkbookList
 
 int WorkbookList::Count() const {
-    const ApplicationState& app = live(app_);
+    const ApplicationState& app = *app_;
     return static_cast<int>(std::count_if(app.workbooks.begin(), app.workbooks.end(),
                                           [](const auto& b) { return b->open; }));
 }
 
-Workbook WorkbookList::Item(int index) const {
-    const ApplicationState& app = live(app_);
-    int seen = 0;
-    for (const auto& book : app.workbooks)
-        if (book->open && ++seen == index) return Workbook(book);
-    raiseSubscript();
-}
-
 Workbook WorkbookList::Add() {
-    live(app_);
     ApplicationState& app = *app_;
     // Closed workbooks are dropped here rather than at Close, which cannot
     // reach the application's list.
     std::erase_if(app.workbooks, [](const auto& b) { return !b->open; });
     auto book = std::make_shared<WorkbookState>();
     book->name = "Book" + std::to_string(++app.lastBookNumber);
-    book->fullName = book->name;
-    for (int i = 0; i < app.sheetsInNewWorkbook; ++i) book->sheets.push_back(newSheet(*book));
+    for (int i = 0; i < 3; ++i) book->sheets.push_back(newSheet(*book));
     book->active = book->sheets.front();
     app.workbooks.push_back(book);
     return Workbook(book);
@@ -274,29 +239,7 @@ Application::Application() : app_(std::make_shared<ApplicationState>()) {}
 Application::~Application() = default;
 
 WorkbookList Application::Workbooks() const {
-    live(app_);
     return WorkbookList(app_);
-}
-
-int Application::SheetsInNewWorkbook() const { return live(app_).sheetsInNewWorkbook; }
-
-void Application::SetSheetsInNewWorkbook(int count) {
-    live(app_);
-    if (count < 1 || count > 255)
-        raise(MethodFailed, "A new workbook holds 1 to 255 sheets, not " + std::to_string(count) + ".");
-    app_->sheetsInNewWorkbook = count;
-}
-
-std::string Application::Version() const {
-    live(app_);
-    return "9.0";
-}
-
-void Application::Quit() {
-    live(app_);
-    for (const auto& book : app_->workbooks) book->open = false;
-    app_->workbooks.clear();
-    app_->running = false;
 }
 
 }  // namespace ql::workbook

@@ -8,11 +8,11 @@
 //   9     "Subscript out of range"     no sheet or workbook by that index or name
 //   1004  (Excel's method failure)     bad sheet name, cell outside the sheet,
 //                                      text too long, the file cannot be saved
-//   -2147417848 (0x80010108)           the object was closed or its application quit
+//   -2147417848 (0x80010108)           the workbook was closed
 //
 // Objects are handles: copies refer to one workbook or sheet, and releasing a
 // handle (letting it go out of scope) is the counterpart of setting the
-// automation variable to Nothing. A workbook lives until Close or Quit, even
+// automation variable to Nothing. A workbook lives until Close, even
 // when no handle refers to it.
 #include <memory>
 #include <string>
@@ -94,8 +94,6 @@ public:
     // A new sheet "SheetN" after `after` (Worksheets.Add After:=...), which
     // becomes the active sheet.
     Worksheet Add(const Worksheet& after);
-    // Without a position Excel puts the new sheet before the active one.
-    Worksheet Add();
 
 private:
     friend class Workbook;
@@ -108,14 +106,12 @@ public:
     SheetList Worksheets() const;
     Worksheet ActiveSheet() const;
     std::string Name() const;  // "Book1" ..., then the saved file's name
-    std::string FullName() const;
     // Writes the workbook to `path` as an Excel 97-2003 file, replacing a
-    // file there (the caller has asked the user before); `fileFormat` is
-    // recorded, not interpreted (see xlExcel9795). Raises 1004 naming the
+    // file there (the caller has asked the user before); `fileFormat` is not
+    // interpreted (see xlExcel9795). Raises 1004 naming the
     // path and the system's reason when the file cannot be written; an
     // existing file is then left as it was.
     void SaveAs(const std::string& path, int fileFormat = xlExcel9795);
-    int FileFormat() const;
     // Ends the workbook without saving; its handles then raise the
     // disconnected-object error.
     void Close();
@@ -132,9 +128,8 @@ private:
 class WorkbookList {
 public:
     int Count() const;
-    Workbook Item(int index) const;  // 1-based
-    // A new workbook "BookN" with SheetsInNewWorkbook sheets "Sheet1" ...,
-    // the first one active.
+    // A new workbook "BookN" with three sheets "Sheet1" ..., as in a fresh
+    // Excel installation, the first one active.
     Workbook Add();
 
 private:
@@ -152,16 +147,6 @@ public:
     Application& operator=(const Application&) = default;
 
     WorkbookList Workbooks() const;
-    // The sheets of a new workbook, 3 as in a fresh Excel installation; 1 to
-    // 255, others raise 1004.
-    int SheetsInNewWorkbook() const;
-    void SetSheetsInNewWorkbook(int count);
-    // The version the program assumes when no Excel is registered ("9.0").
-    std::string Version() const;
-    // Closes every workbook without saving; the application and all its
-    // objects then raise the disconnected-object error.
-    void Quit();
-
 private:
     std::shared_ptr<ApplicationState> app_;
 };
