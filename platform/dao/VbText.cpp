@@ -99,15 +99,6 @@ std::string generalDate(const DateParts& p) {
     return shortDate(p) + " " + longTime(p);
 }
 
-bool startsWithNoCase(const std::string& text, size_t at, const char* prefix) {
-    for (size_t i = 0; prefix[i]; ++i) {
-        if (at + i >= text.size()) return false;
-        if (std::tolower(static_cast<unsigned char>(text[at + i])) != std::tolower(static_cast<unsigned char>(prefix[i])))
-            return false;
-    }
-    return true;
-}
-
 size_t runLength(const std::string& text, size_t at) {
     const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(text[at])));
     size_t n = 0;
@@ -115,103 +106,32 @@ size_t runLength(const std::string& text, size_t at) {
     return n;
 }
 
-bool usesTwelveHourClock(const std::string& pattern) {
-    for (size_t i = 0; i < pattern.size(); ++i)
-        if (startsWithNoCase(pattern, i, "AM/PM") || startsWithNoCase(pattern, i, "A/P") ||
-            startsWithNoCase(pattern, i, "AMPM"))
-            return true;
-    return false;
-}
-
+// The day, month and year placeholders (d to dddd, m to mmmm, yy and yyyy):
+// the only ones the program's patterns use. Anything else is copied.
 std::string formatDate(double days, const std::string& pattern) {
     const DateParts p = dateParts(days);
-    const bool twelve = usesTwelveHourClock(pattern);
     std::string out;
-    bool afterHour = false;  // an "m" right after an hour is a minute
     for (size_t i = 0; i < pattern.size();) {
         const char c = pattern[i];
-        const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (c == '"') {
-            const size_t end = pattern.find('"', i + 1);
-            out += pattern.substr(i + 1, end == std::string::npos ? std::string::npos : end - i - 1);
-            i = end == std::string::npos ? pattern.size() : end + 1;
-            continue;
-        }
-        if (c == '\\' && i + 1 < pattern.size()) {
-            out += pattern[i + 1];
-            i += 2;
-            continue;
-        }
-        if (startsWithNoCase(pattern, i, "AM/PM")) {
-            const bool upper = c == 'A';
-            out += p.hour < 12 ? (upper ? "AM" : "am") : (upper ? "PM" : "pm");
-            i += 5;
-            continue;
-        }
-        if (startsWithNoCase(pattern, i, "A/P")) {
-            const bool upper = c == 'A';
-            out += p.hour < 12 ? (upper ? "A" : "a") : (upper ? "P" : "p");
-            i += 3;
-            continue;
-        }
-        if (startsWithNoCase(pattern, i, "AMPM")) {
-            out += p.hour < 12 ? "AM" : "PM";
-            i += 4;
-            continue;
-        }
         const size_t n = runLength(pattern, i);
-        switch (lower) {
+        switch (std::tolower(static_cast<unsigned char>(c))) {
         case 'd':
             if (n == 1) out += std::to_string(p.day);
             else if (n == 2) out += twoDigits(p.day);
             else if (n == 3) out += std::string(DayNames[static_cast<size_t>(p.weekday)]).substr(0, 3);
-            else if (n == 4) out += DayNames[static_cast<size_t>(p.weekday)];
-            else if (n == 5) out += shortDate(p);
-            else out += formatDate(days, "dddd, mmmm d, yyyy");
-            afterHour = false;
+            else out += DayNames[static_cast<size_t>(p.weekday)];
             break;
         case 'm':
-            if (afterHour && n <= 2) {
-                out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
-            } else if (n == 1) {
-                out += std::to_string(p.month);
-            } else if (n == 2) {
-                out += twoDigits(p.month);
-            } else if (n == 3) {
-                out += std::string(MonthNames[static_cast<size_t>(p.month - 1)]).substr(0, 3);
-            } else {
-                out += MonthNames[static_cast<size_t>(p.month - 1)];
-            }
-            afterHour = false;
+            if (n == 1) out += std::to_string(p.month);
+            else if (n == 2) out += twoDigits(p.month);
+            else if (n == 3) out += std::string(MonthNames[static_cast<size_t>(p.month - 1)]).substr(0, 3);
+            else out += MonthNames[static_cast<size_t>(p.month - 1)];
             break;
         case 'y':
             if (n >= 3) out += std::to_string(p.year);
             else if (n == 2) out += twoDigits(p.year % 100);
             else out += std::to_string(p.dayOfYear);
-            afterHour = false;
             break;
-        case 'h': {
-            const int hour = twelve ? twelveHour(p.hour) : p.hour;
-            out += n == 1 ? std::to_string(hour) : twoDigits(hour);
-            afterHour = true;
-            break;
-        }
-        case 'n':
-            out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
-            afterHour = false;
-            break;
-        case 's':
-            out += n == 1 ? std::to_string(p.second) : twoDigits(p.second);
-            afterHour = false;
-            break;
-        case 'q': out += std::to_string((p.month - 1) / 3 + 1); break;
-        case 'w': out += std::to_string(p.weekday + 1); break;
-        case 't':
-            if (n == 5) {
-                out += longTime(p);
-                break;
-            }
-            [[fallthrough]];
         default:
             out += std::string(n, c);
             break;
@@ -222,20 +142,7 @@ std::string formatDate(double days, const std::string& pattern) {
 }
 
 bool isDatePattern(const std::string& pattern) {
-    bool quoted = false;
-    for (size_t i = 0; i < pattern.size(); ++i) {
-        const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(pattern[i])));
-        if (pattern[i] == '"') quoted = !quoted;
-        if (quoted) continue;
-        if (pattern[i] == '\\') {
-            ++i;
-            continue;
-        }
-        if (c == 'd' || c == 'm' || c == 'y' || c == 'h' || c == 'n' || c == 's' || c == 'q' || c == 'w' ||
-            startsWithNoCase(pattern, i, "AM/PM") || startsWithNoCase(pattern, i, "A/P"))
-            return true;
-    }
-    return false;
+    return pattern.find_first_of("dDmMyY") != std::string::npos;
 }
 
 // ---- numbers -----------------------------------------------------------
@@ -498,8 +405,6 @@ std::string dateText(double days) { return generalDate(dateParts(days)); }
 
 std::string timeText(double days) { return longTime(dateParts(days)); }
 
-std::string shortDateText(double days) { return shortDate(dateParts(days)); }
-
 std::string CStr(const Variant& value) {
     return std::visit(
         [](const auto& v) -> std::string {
@@ -538,13 +443,6 @@ double localDays(std::time_t seconds) {
 
 double Now() { return localDays(std::time(nullptr)); }
 
-double Time() {
-    const double now = Now();
-    return now - std::floor(now);
-}
-
-double Today() { return std::floor(Now()); }
-
 bool IsNumeric(const std::string& text) { return parseNumber(text).has_value(); }
 
 bool IsNumeric(const Variant& value) {
@@ -557,27 +455,12 @@ bool IsNumeric(const Variant& value) {
 
 std::string Format(const Variant& value, const std::string& pattern) {
     if (std::holds_alternative<Empty>(value) || std::holds_alternative<Null>(value)) return {};
-    const QString named = QString::fromStdString(pattern).toLower();
-    if (named == "general date") {
-        const auto number = numberOf(value);
-        return number ? dateText(*number) : CStr(value);
-    }
-    if (named == "long date") return Format(value, "dddd, mmmm d, yyyy");
-    if (named == "medium date") return Format(value, "dd-mmm-yy");
-    if (named == "short date") return Format(value, "m/d/yyyy");
-    if (named == "long time") return Format(value, "h:nn:ss AM/PM");
-    if (named == "medium time") return Format(value, "hh:nn AM/PM");
-    if (named == "short time") return Format(value, "hh:nn");
-    if (named == "fixed") return Format(value, "0.00");
-    if (named == "standard") return Format(value, "#,##0.00");
-    if (named == "percent") return Format(value, "0.00%");
-
     const auto* text = std::get_if<std::string>(&value);
     const auto number = numberOf(value);
     if (text && !number) return *text;  // not a number: returned as it is
     if (!number) return CStr(value);
 
-    if (pattern.empty() || named == "general number") {
+    if (pattern.empty()) {
         if (std::holds_alternative<Date>(value)) return dateText(*number);
         if (std::holds_alternative<bool>(value)) return CStr(value);
         return doubleText(*number);

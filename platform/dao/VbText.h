@@ -22,14 +22,11 @@ std::string currencyText(std::int64_t tenThousandths);  // "12.75", "-3", "0.000
 // the time alone on day 0 ("12:00:00 AM" for 0).
 std::string dateText(double days);
 std::string timeText(double days);                // the long time of day: "2:05:09 PM"
-std::string shortDateText(double days);           // "3/7/2001"
 
-// A moment as a VB date in local wall-clock time, whole seconds (what Now,
-// Time and the file dates give). Days since 1899-12-30.
+// A moment as a VB date in local wall-clock time, whole seconds (what Now
+// and the file dates give). Days since 1899-12-30.
 double localDays(std::time_t seconds);
-double Now();    // the current local date and time
-double Time();   // the current local time of day (day 0)
-double Today();  // VB's Date: today at midnight
+double Now();  // the current local date and time
 
 // IsNumeric: the whole text reads as a number in the OLE way (blanks around,
 // one sign before or after or parentheses, "$" before or after, thousands
@@ -39,11 +36,9 @@ bool IsNumeric(const Variant& value);  // Empty: true; Null, Date, byte array: f
 
 // Format with a user pattern. Numbers: "0" and "#" digit places, "." and ","
 // (thousands), rounding half away from zero. Dates: d dd ddd dddd m mm mmm
-// mmmm yy yyyy h hh n nn s ss AM/PM am/pm A/P a/p; "m" right after an hour
-// means minutes. Named formats: "General Date", "Long Date", "Medium Date",
-// "Short Date", "Long Time", "Medium Time", "Short Time", "General Number".
-// A numeric text is formatted as its number; other text comes back unchanged;
-// Empty and Null give "".
+// mmmm yy yyyy (the placeholders the program's patterns use). A numeric text
+// is formatted as its number; other text comes back unchanged; Empty and
+// Null give "".
 std::string Format(const Variant& value, const std::string& pattern = "");
 
 // The text padded with blanks on the right, or cut, to exactly `width`
