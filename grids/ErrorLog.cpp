@@ -1,10 +1,9 @@
 #include "grids/ErrorLog.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <limits>
 
 #include "platform/dao/VbText.h"
+#include "platform/files/OutputFiles.h"
 
 namespace ql::grids {
 
@@ -18,12 +17,7 @@ constexpr int kErrApplicationDefined = 440;
 
 void appendErrorLog(const WindowState& state, const std::string& line) {
     if (state.ErrorLogPath.empty()) throw RuntimeError(runtime_errors::FileNotFound, "File not found");
-    std::FILE* file = std::fopen(state.ErrorLogPath.c_str(), "ab");
-    if (!file) throw fileOpenError(errno);
-    const std::string text = line + "\r\n";
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = std::fclose(file) == 0;
-    if (!written || !closed) throw RuntimeError(runtime_errors::PathFileAccess, "Path/File access error");
+    files::writeFile(state.ErrorLogPath, line + "\r\n", files::WriteMode::Append);
 }
 
 std::string errorLogLine(const std::string& prefix, const std::string& name, const RuntimeError& error) {

@@ -8,6 +8,7 @@
 #include "env/Probes.h"
 #include "env/RegistryValue.h"
 #include "platform/dao/VbText.h"
+#include "platform/files/OutputFiles.h"
 #include "report/ReportHeader.h"
 #include "report/StatisticsReport.h"
 #include "report/TextFile.h"
@@ -41,8 +42,7 @@ const FormatEntry* formatEntry(std::int16_t format) {
 
 // The first line of a fresh error log.
 void startErrorLog(const grids::WindowState& state) {
-    std::error_code ignored;
-    fs::remove(state.ErrorLogPath, ignored);
+    files::removeFile(state.ErrorLogPath);
     writeLines(state.ErrorLogPath,
                {"Error Log for Database " + state.ActualDbPath + " as at " + dao::vb::dateText(dao::vb::Now())},
                OpenMode::Output);
@@ -91,10 +91,17 @@ std::string scratchFolder(const grids::WindowContext& ctx) {
 }
 
 void startReport(grids::WindowContext& ctx, const std::string& path) {
+    // The report, its log or the XML rewrite's scratch file over the database
+    // being read would destroy it: refuse before any of them is touched.
+    const std::string errorLog = env::GetFolderOfPath(path) + "Errors.Log";
+    files::refuseInput(path);
+    files::refuseInput(errorLog);
+    files::refuseInput(fs::path(scratchFolder(ctx)) / "temp.xml");
+
     grids::WindowState& state = ctx.state;
     state.OutputPath = path;
     if (state.OutputFileNumber == 0) state.OutputFileNumber = 1;
-    state.ErrorLogPath = env::GetFolderOfPath(path) + "Errors.Log";
+    state.ErrorLogPath = errorLog;
     startErrorLog(state);
 
     const HeaderFacts facts = currentHeaderFacts(state);

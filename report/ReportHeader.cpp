@@ -6,6 +6,7 @@
 
 #include "Version.h"
 #include "platform/dao/VbText.h"
+#include "platform/files/OutputFiles.h"
 #include "report/TextFile.h"
 
 namespace ql::report {
@@ -95,8 +96,8 @@ void RemoveXMLCloseTag(const std::string& outputPath, const std::string& scratch
         if (line != XmlRootClose && !trimBlanks(line).empty()) kept.push_back(line);
     }
     writeLines(scratch, kept, OpenMode::Output);
-    std::filesystem::remove(outputPath);
-    replaceFile(scratch, outputPath);
+    files::removeFile(outputPath);
+    files::replaceFile(scratch, outputPath);
 }
 
 void CloseXmlReport(const std::string& outputPath, const std::string& scratchFolder) {

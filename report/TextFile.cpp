@@ -1,21 +1,17 @@
 #include "report/TextFile.h"
 
-#include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <system_error>
 
 #include "platform/RuntimeError.h"
+#include "platform/files/OutputFiles.h"
 
 namespace ql::report {
 
 void writeLines(const std::string& path, const std::vector<std::string>& lines, OpenMode mode) {
-    std::ofstream out(path, std::ios::binary | (mode == OpenMode::Append ? std::ios::app : std::ios::trunc));
-    if (!out) throw fileOpenError(errno);
-    for (const std::string& line : lines) out << line << "\r\n";
-    out.flush();
-    if (!out) throw RuntimeError(runtime_errors::PathFileAccess, "Path/File access error");
+    std::string text;
+    for (const std::string& line : lines) text.append(line).append("\r\n");
+    files::writeFile(path, text, mode == OpenMode::Append ? files::WriteMode::Append : files::WriteMode::Replace);
 }
 
 std::vector<std::string> readLines(const std::string& path) {
@@ -38,17 +34,6 @@ std::vector<std::string> readLines(const std::string& path) {
     }
     if (!line.empty()) lines.push_back(line);
     return lines;
-}
-
-void replaceFile(const std::string& from, const std::string& to) {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    fs::rename(from, to, error);
-    if (!error) return;
-    // rename() cannot cross file systems; the scratch folder may be elsewhere.
-    fs::copy_file(from, to, fs::copy_options::overwrite_existing, error);
-    if (error) throw RuntimeError(runtime_errors::PathFileAccess, "Path/File access error");
-    fs::remove(from, error);
 }
 
 }  // namespace ql::report

@@ -15,7 +15,4 @@ void writeLines(const std::string& path, const std::vector<std::string>& lines, 
 // The file's lines without their line ends (CR LF, LF or a lone CR).
 std::vector<std::string> readLines(const std::string& path);
 
-// Moves `from` over `to`, also across file systems.
-void replaceFile(const std::string& from, const std::string& to);
-
 }  // namespace ql::report

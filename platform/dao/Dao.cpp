@@ -584,6 +584,7 @@ Database DBEngine::OpenDatabase(const std::string& name, bool, bool, const std::
     state->name = name;
     state->jet3 = state->jet.header().format == jet::FileFormat::Jet3;
     state->identity = std::move(identity);
+    if (!SystemDB.empty()) state->workgroupInput = files::ProtectedInput::ofPath(SystemDB);
     if (!state->mayOpen()) throw daoError(errors::NoObjectPermission, full);
     return Database(state);
 }

@@ -162,7 +162,11 @@ void replaceContents(const fs::path& path, std::string_view bytes) {
     refuseInput(target);
     struct stat existing {};
     const bool exists = ::stat(target.c_str(), &existing) == 0;
-    if (exists && (!S_ISREG(existing.st_mode) || ::access(target.c_str(), W_OK) != 0)) permissionDenied();
+    // A file without any write permission bit is read-only as the owner
+    // meant it, even to root, who could write it anyway.
+    if (exists && (!S_ISREG(existing.st_mode) || (existing.st_mode & 0222) == 0 ||
+                   ::access(target.c_str(), W_OK) != 0))
+        permissionDenied();
 
     fs::path scratch = target;
     scratch += ".XXXXXX";

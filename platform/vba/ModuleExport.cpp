@@ -1,9 +1,9 @@
 #include "platform/vba/ModuleExport.h"
 
-#include <fstream>
 #include <set>
 #include <system_error>
 
+#include "platform/files/OutputFiles.h"
 #include "platform/vba/JetSystemTables.h"
 #include "platform/vba/VbaProject.h"
 
@@ -24,10 +24,12 @@ std::string cutUtf8(const std::string& text, std::size_t bytes) {
 }
 
 bool writeFile(const std::filesystem::path& file, const std::string& text) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.close();
-    return static_cast<bool>(out);
+    try {
+        files::writeFile(file, text, files::WriteMode::Replace);
+        return true;
+    } catch (const RuntimeError&) {
+        return false;
+    }
 }
 
 }  // namespace

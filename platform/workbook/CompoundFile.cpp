@@ -3,13 +3,15 @@
 #include <gsf/gsf-outfile-msole.h>
 #include <gsf/gsf-outfile.h>
 #include <gsf/gsf-output-impl.h>
-#include <gsf/gsf-output-stdio.h>
+#include <gsf/gsf-output-memory.h>
 #include <gsf/gsf-output.h>
 #include <gsf/gsf-utils.h>
 
 #include <memory>
 #include <mutex>
 #include <stdexcept>
+
+#include "platform/files/OutputFiles.h"
 
 namespace ql::workbook {
 
@@ -38,18 +40,18 @@ void writeCompoundFile(const std::string& path, const std::vector<NamedStream>& 
     static std::once_flag initialised;
     std::call_once(initialised, [] { gsf_init(); });
 
-    GError* openError = nullptr;
-    GObjectPtr<GsfOutput> sink(gsf_output_stdio_new(path.c_str(), &openError));
-    if (!sink) {
-        std::string reason = openError && openError->message ? openError->message : "cannot create the file";
-        if (openError) g_error_free(openError);
-        throw std::runtime_error(reason);
-    }
+    // Built in memory and handed over whole, so that the file is replaced at
+    // once and only through the program's one way of writing files.
+    GObjectPtr<GsfOutput> sink(gsf_output_memory_new());
+    if (!sink) throw std::runtime_error("cannot create the file");
     writeStreams(sink.get(), streams, rootClass);
     if (!gsf_output_is_closed(sink.get()) && !gsf_output_close(sink.get()))
         throw std::runtime_error(reasonOf(sink.get(), "cannot write the file"));
     if (const GError* error = gsf_output_error(sink.get()))
         throw std::runtime_error(error->message ? error->message : "cannot write the file");
+    const guint8* bytes = gsf_output_memory_get_bytes(GSF_OUTPUT_MEMORY(sink.get()));
+    const auto size = static_cast<std::size_t>(gsf_output_size(sink.get()));
+    files::replaceContents(path, std::string_view(reinterpret_cast<const char*>(bytes), bytes ? size : 0));
 }
 
 namespace {
@@ -61,9 +63,7 @@ void writeStreams(GsfOutput* sink, const std::vector<NamedStream>& streams,
     try {
         fillContainer(container, streams, rootClass);
     } catch (...) {
-        // Marked before the container's last write on its way out, so that
-        // closing the sink removes the half-written file instead of moving
-        // it over the old one.
+        // Marked so that nothing half-written is ever handed over.
         gsf_output_set_error(sink, 0, "abandoned");
         throw;
     }
@@ -83,8 +83,7 @@ void fillContainer(GsfOutfile* container, const std::vector<NamedStream>& stream
         if (!gsf_output_close(child.get()))
             throw std::runtime_error(reasonOf(child.get(), "cannot write the stream"));
     }
-    // Closing the container writes its directory and sectors through the
-    // sink; closing the sink then moves the finished file into place.
+    // Closing the container writes its directory and sectors into the sink.
     if (!gsf_output_close(GSF_OUTPUT(container)))
         throw std::runtime_error(reasonOf(GSF_OUTPUT(container), "cannot write the file"));
 }
