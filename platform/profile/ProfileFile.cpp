@@ -5,7 +5,7 @@
 #include <system_error>
 #include <vector>
 
-#include <unistd.h>
+#include "platform/files/OutputFiles.h"
 
 namespace ql::profile {
 namespace {
@@ -151,30 +151,6 @@ void setEntry(ParsedFile& file, std::string_view section, std::string_view key,
     if (lastEntry + 2 == lines.size()) file.endsWithEol = true;
 }
 
-bool writeAtomically(const std::filesystem::path& path, const std::string& data) {
-    std::error_code ec;
-    auto folder = path.parent_path();
-    if (folder.empty()) folder = ".";
-    const auto temp = folder / ("." + path.filename().string() + ".tmp" + std::to_string(::getpid()));
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) return false;
-        out.write(data.data(), static_cast<std::streamsize>(data.size()));
-        out.flush();
-        if (!out) {
-            out.close();
-            std::filesystem::remove(temp, ec);
-            return false;
-        }
-    }
-    std::filesystem::rename(temp, path, ec);
-    if (ec) {
-        std::filesystem::remove(temp, ec);
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 std::string readProfileString(const std::filesystem::path& path, std::string_view section,
@@ -216,7 +192,12 @@ bool writeProfileString(const std::filesystem::path& path, std::string_view sect
         out += file.lines[i];
         if (i + 1 < file.lines.size() || file.endsWithEol) out += file.eol;
     }
-    return writeAtomically(path, out);
+    try {
+        files::replaceContents(path, out);
+        return true;
+    } catch (const RuntimeError&) {
+        return false;
+    }
 }
 
 }  // namespace ql::profile

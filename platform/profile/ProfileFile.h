@@ -36,8 +36,10 @@ std::string readProfileString(const std::filesystem::path& path, std::string_vie
 
 // Sets `key` in `section` to `value`, creating the file, the section or the
 // key when missing and keeping every other line byte for byte (including the
-// file's own line ends). The file is replaced atomically. Returns false when
-// the file could not be written; callers in this program ignore that.
+// file's own line ends). The file is replaced atomically; a symbolic link is
+// written through, and a file that may not be written is left as it is.
+// Returns false when the file could not be written; callers in this program
+// ignore that.
 bool writeProfileString(const std::filesystem::path& path, std::string_view section,
                         std::string_view key, std::string_view value);
 

@@ -116,6 +116,27 @@ TEST(ProfileWrite, UnwritableFolderFailsQuietly) {
     EXPECT_FALSE(writeProfileString(dir / "missing" / "a.ini", "Paths", "Output", "x"));
 }
 
+TEST(ProfileWrite, ReadOnlyFileStaysAndALinkIsWrittenThrough) {
+    TempFolder dir;
+    const auto locked = dir.write("locked.ini", "[Paths]\nOutput=old\n");
+    std::filesystem::permissions(locked, std::filesystem::perms::owner_read);
+    EXPECT_FALSE(writeProfileString(locked, "Paths", "Output", "new"));
+    EXPECT_EQ(TempFolder::read(locked), "[Paths]\nOutput=old\n");
+    EXPECT_EQ(std::filesystem::status(locked).permissions(), std::filesystem::perms::owner_read);
+
+    const auto real = dir.write("real.ini", "[Paths]\nOutput=old\n");
+    std::filesystem::permissions(real, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write |
+                                           std::filesystem::perms::group_read);
+    const auto link = dir / "link.ini";
+    std::filesystem::create_symlink(real, link);
+    ASSERT_TRUE(writeProfileString(link, "Paths", "Output", "new"));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(TempFolder::read(real), "[Paths]\nOutput=new\n");
+    EXPECT_EQ(std::filesystem::status(real).permissions(), std::filesystem::perms::owner_read |
+                                                               std::filesystem::perms::owner_write |
+                                                               std::filesystem::perms::group_read);
+}
+
 TEST(SettingsFile, BothSpellingsReachOneFile) {
     TempFolder program, user;
     SettingsFile settings(program.path(), user.path());
