@@ -4,10 +4,12 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <type_traits>
 #include <string>
 #include <vector>
 
 #include "platform/dao/Dao.h"
+#include "platform/files/OutputFiles.h"
 #include "platform/dao/QueryRows.h"
 #include "platform/jet/Database.h"
 
@@ -27,6 +29,9 @@ struct DatabaseState {
     std::string name;
     bool jet3 = false;
     Identity identity;
+    // The workgroup file was read to make the identity; like the database, it
+    // may not be written by the program while this database is open.
+    files::ProtectedInput workgroupInput;
     bool closed = false;
 
     std::optional<Collection<TableDef>> tableDefs;
@@ -67,7 +72,14 @@ struct DatabaseState {
 template <class F>
 decltype(auto) shielded(const DatabaseState& db, F&& operation) {
     try {
-        return operation();
+        if constexpr (std::is_void_v<decltype(operation())>) {
+            operation();
+            db.jet.checkUnchanged();
+        } else {
+            decltype(auto) result = operation();
+            db.jet.checkUnchanged();
+            return result;
+        }
     } catch (const jet::Error&) {
         throw daoError(errors::CannotOpen, db.name);
     }

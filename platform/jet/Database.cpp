@@ -104,7 +104,10 @@ bool TableCursor::next() {
         if (!s.havePage || s.next >= s.rows) {
             s.havePage = false;
             const std::optional<std::uint32_t> pageNumber = s.map.next();
-            if (!pageNumber) return false;
+            if (!pageNumber) {
+                s.context->pages->checkUnchanged();
+                return false;
+            }
             pageVisited();
             Page page = s.context->pages->page(*pageNumber);
             // A freed page keeps its owner and rows; only data pages this
@@ -272,6 +275,7 @@ void Database::readCatalogue() {
 }
 
 const HeaderInfo& Database::header() const { return impl_->header; }
+void Database::checkUnchanged() const { impl_->context->pages->checkUnchanged(); }
 const std::vector<CatalogEntry>& Database::catalogue() const { return impl_->catalogue; }
 const std::vector<std::string>& Database::catalogueProblems() const { return impl_->problems; }
 
@@ -316,6 +320,7 @@ std::uint64_t Database::liveRecordCount(const TableDef& table) const {
         for (std::uint16_t r = 0; r < rows; ++r)
             if (!(u16(page.bytes(), offsetTable + 2u * r) & kRowDeleted)) ++count;
     }
+    context.pages->checkUnchanged();
     return count;
 }
 

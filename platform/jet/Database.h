@@ -114,6 +114,11 @@ public:
 
     const HeaderInfo& header() const;
 
+    // Throws FileChanged when the file shrank under the reader since it was
+    // opened; a layer calls it when it ends an operation, so that nothing read
+    // across the change is taken for the file's contents.
+    void checkUnchanged() const;
+
     // MSysObjects, read when the file was opened, in stored order.
     const std::vector<CatalogEntry>& catalogue() const;
     // Rows of MSysObjects that could not be decoded (skipped, described).

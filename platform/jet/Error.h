@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/RuntimeError.h"
+
 namespace ql::jet {
 
 enum class ErrorKind {
@@ -28,6 +30,15 @@ public:
 
 private:
     ErrorKind kind_;
+};
+
+// The file shrank under the reader while it was being read. Deliberately not
+// a jet::Error: no layer may take it for one damaged row and read on past it.
+// It reaches the program as the engine's "Disk or network error.", which is
+// what Jet reports when the file it reads goes away beneath it.
+class FileChanged : public RuntimeError {
+public:
+    FileChanged() : RuntimeError(3043, "Disk or network error.") {}
 };
 
 }  // namespace ql::jet

@@ -1,11 +1,14 @@
 #include "platform/jet/PageSource.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
 
 #include "platform/jet/Rc4.h"
 
@@ -27,6 +30,74 @@ constexpr std::size_t kCacheSlots = 64;
             throw Error(ErrorKind::Io, "cannot open " + path.string() + ": " + reason);
     }
 }
+// A file that shrinks while it is mapped makes every read of its lost pages
+// raise SIGBUS, which would end the program. The handler below puts a page of
+// zeros in place of each lost page, so that the interrupted read finishes,
+// and marks the source; the next page(), or checkUnchanged() when a layer
+// ends an operation, then fails with FileChanged instead of using what the
+// zeros gave. A bus error anywhere else goes to the handler that was there
+// before, or ends the program as it would have.
+struct MappedRange {
+    std::atomic<const std::uint8_t*> base{nullptr};
+    std::atomic<std::size_t> size{0};
+    std::atomic<std::atomic<bool>*> shrunk{nullptr};
+};
+constexpr std::size_t kMaxMappings = 256;
+std::array<MappedRange, kMaxMappings> mappings;
+struct sigaction previousBusHandler;
+
+void onBusError(int signal, siginfo_t* info, void* context) {
+    const auto* address = static_cast<const std::uint8_t*>(info->si_addr);
+    for (MappedRange& range : mappings) {
+        const std::uint8_t* base = range.base.load(std::memory_order_acquire);
+        if (!base || address < base || address >= base + range.size.load(std::memory_order_acquire)) continue;
+        const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+        void* lost = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(address) & ~(pageSize - 1));
+        if (::mmap(lost, pageSize, PROT_READ, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED) break;
+        if (std::atomic<bool>* flag = range.shrunk.load(std::memory_order_acquire)) flag->store(true);
+        return;
+    }
+    if (previousBusHandler.sa_flags & SA_SIGINFO) {
+        if (previousBusHandler.sa_sigaction) return previousBusHandler.sa_sigaction(signal, info, context);
+    } else if (previousBusHandler.sa_handler != SIG_DFL && previousBusHandler.sa_handler != SIG_IGN) {
+        return previousBusHandler.sa_handler(signal);
+    }
+    // Returning re-runs the faulting access, which the default action ends.
+    ::signal(SIGBUS, SIG_DFL);
+}
+
+void installBusHandler() {
+    static std::once_flag installed;
+    std::call_once(installed, [] {
+        struct sigaction action {};
+        action.sa_sigaction = onBusError;
+        action.sa_flags = SA_SIGINFO | SA_NODEFER;
+        sigemptyset(&action.sa_mask);
+        ::sigaction(SIGBUS, &action, &previousBusHandler);
+    });
+}
+
+// Registers a map with the handler; a map that finds no free slot is still
+// read, only without the protection (a program holds a few files at once).
+MappedRange* watchMapping(const std::uint8_t* base, std::size_t size, std::atomic<bool>* shrunk) {
+    installBusHandler();
+    static std::mutex slotsMutex;
+    const std::lock_guard<std::mutex> lock(slotsMutex);
+    for (MappedRange& range : mappings) {
+        if (range.base.load(std::memory_order_acquire)) continue;
+        range.size.store(size, std::memory_order_release);
+        range.shrunk.store(shrunk, std::memory_order_release);
+        range.base.store(base, std::memory_order_release);
+        return &range;
+    }
+    return nullptr;
+}
+
+void unwatchMapping(const std::uint8_t* base) {
+    for (MappedRange& range : mappings)
+        if (range.base.load(std::memory_order_acquire) == base) range.base.store(nullptr, std::memory_order_release);
+}
+
 }  // namespace
 
 OpenedFile::OpenedFile(const std::filesystem::path& path) : path_(path) {
@@ -60,7 +131,9 @@ std::shared_ptr<PageSource> PageSource::mapFile(const OpenedFile& file) {
         if (map == MAP_FAILED) openFailed(file.path(), errno);
         source->map_ = map;
         source->base_ = static_cast<const std::uint8_t*>(map);
+        watchMapping(source->base_, static_cast<std::size_t>(source->size_), &source->shrunk_);
     }
+    source->input_ = files::ProtectedInput::ofDescriptor(file.descriptor());
     source->keepAlive_ = std::shared_ptr<const void>(source.get(), [](const void*) {});
     return source;
 }
@@ -75,7 +148,13 @@ std::shared_ptr<PageSource> PageSource::fromBuffer(std::vector<std::uint8_t> byt
 }
 
 PageSource::~PageSource() {
-    if (map_) ::munmap(map_, size_);
+    if (!map_) return;
+    unwatchMapping(base_);
+    ::munmap(map_, size_);
+}
+
+void PageSource::checkUnchanged() const {
+    if (shrunk_.load(std::memory_order_relaxed)) throw FileChanged();
 }
 
 void PageSource::configure(std::uint32_t pageSize, std::uint32_t databaseKey, std::vector<std::uint8_t> headerPage) {
@@ -87,6 +166,7 @@ void PageSource::configure(std::uint32_t pageSize, std::uint32_t databaseKey, st
 }
 
 Page PageSource::page(std::uint32_t n) const {
+    checkUnchanged();
     if (n >= pageCount_)
         truncated("page " + std::to_string(n) + " lies beyond the end of the file (" + std::to_string(pageCount_) +
                   " pages of " + std::to_string(pageSize_) + " bytes)");

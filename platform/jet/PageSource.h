@@ -2,12 +2,14 @@
 // The only reader of the file's bytes. Pages come straight from a read-only
 // memory map; when the database is encrypted they are decrypted into a small
 // cache, so memory stays bounded whatever the file's size.
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <vector>
 
+#include "platform/files/OutputFiles.h"
 #include "platform/jet/Bytes.h"
 
 namespace ql::jet::detail {
@@ -75,9 +77,14 @@ public:
     std::uint32_t pageCount() const { return pageCount_; }
     bool encrypted() const { return key_ != 0; }
 
-    // Page n, decrypted. Throws Truncated when n lies past the end of the file.
-    // Safe to call from several threads at once.
+    // Page n, decrypted. Throws Truncated when n lies past the end of the file,
+    // and FileChanged once the file has shrunk under the map. Safe to call from
+    // several threads at once.
     Page page(std::uint32_t n) const;
+
+    // Throws FileChanged when the file shrank since it was mapped: the bytes a
+    // read got since then may be zeros that stood in for the lost pages.
+    void checkUnchanged() const;
 
 private:
     PageSource() = default;
@@ -85,8 +92,12 @@ private:
     const std::uint8_t* base_ = nullptr;
     std::uint64_t size_ = 0;
     void* map_ = nullptr;               // munmap on destruction when set
+    // Set by the bus-error handler when a page of the map was gone.
+    std::atomic<bool> shrunk_{false};
     std::vector<std::uint8_t> buffer_;  // backing store of fromBuffer()
     std::shared_ptr<const void> keepAlive_;
+    // The mapped file may not be written by the program while it is read.
+    files::ProtectedInput input_;
 
     std::uint32_t pageSize_ = 0;
     std::uint32_t pageCount_ = 0;

@@ -23,6 +23,7 @@
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "platform/dao/VbText.h"
+#include "platform/jet/Progress.h"
 #include "platform/vba/ModuleExport.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
@@ -67,6 +68,7 @@ enum class Shape {
     Full,     // tables, queries, a relationship and every kind of document
     Bare,     // no table, query or relationship: only two pages
     Awkward,  // names the indexes and relations fillers fail on; every field type
+    Large,    // one table of a thousand pages or so, long enough to be cut short
 };
 
 BuiltFile writeDatabase(const fs::path& folder, Shape shape = Shape::Full) {
@@ -124,6 +126,12 @@ BuiltFile writeDatabase(const fs::path& folder, Shape shape = Shape::Full) {
         db.addRelationship(jw::RelationshipDef{"MainAaa", "Aaa", "Main", {{"ID", "AaaID"}}});
         db.addRelationship(jw::RelationshipDef{"AaaOBrien", "Aaa", "O'Brien", {{"ID", "AaaID"}}});
         db.addDocument(C::DataAccessPages, "Page");
+        break;
+    }
+    case Shape::Large: {
+        jw::TableWriter& table = db.createTable(jw::TableDef{"Big", {col("ID"), col("Note", jw::ColumnType::Text, 80)}, {}, {}});
+        const std::string note(60, 'n');
+        for (std::int64_t i = 0; i < 60000; ++i) table.addRow({jw::Value::of(i), jw::Value::ofText(note)});
         break;
     }
     }
@@ -328,6 +336,20 @@ TEST_F(Run, ADamagedTableEndsTheRunInTheTablesPhase) {
     EXPECT_EQ(w.ui.progress.back(), std::make_pair(1, 12));
     EXPECT_EQ(w.ui.lastStatus(), "Selecting....");
     EXPECT_TRUE(w.ui.messages.empty());
+}
+
+// The file is cut to a quarter of its length while the run counts its big
+// table: the pages that went are read as the engine's disk error, which
+// takes the way of any other failed read, and the process lives on.
+TEST_F(Run, AFileCutShortDuringTheRunFailsWithTheDiskError) {
+    const BuiltFile built = writeDatabase(w.folder.path(), Shape::Large);
+    w.open(built.path);
+    bool cut = false;
+    const jet::ProgressScope cutting([&] {
+        if (!std::exchange(cut, true)) fs::resize_file(built.path, fs::file_size(built.path) / 4);
+    });
+    EXPECT_EQ(unhandledNumber([&] { cmdAnalyse_Click(w.ctx); }), 3043);
+    EXPECT_TRUE(cut);
 }
 
 // From the indexes phase to the pages, what leaves a filler is passed
