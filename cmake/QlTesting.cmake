@@ -24,5 +24,6 @@ function(ql_add_test name)
     PROPERTIES
       LABELS "${ARG_LABELS}"
       TIMEOUT ${ARG_TIMEOUT}
-      ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QL_SHARED_DIR=${QL_SHARED_DIR}")
+      # One locale for every test, whatever the developer's: dates follow it.
+      ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QL_SHARED_DIR=${QL_SHARED_DIR};LC_ALL=C.UTF-8")
 endfunction()

@@ -3,7 +3,10 @@
 // Format's placeholders), and the program's texts depend on them exactly.
 #include "platform/dao/VbText.h"
 
+#include <QDate>
+#include <QLocale>
 #include <QString>
+#include <QTime>
 
 #include <array>
 #include <chrono>
@@ -84,13 +87,51 @@ std::string twoDigits(int value) {
 
 int twelveHour(int hour) { return hour % 12 == 0 ? 12 : hour % 12; }
 
+// The user's short date and long time forms, as Windows' CStr takes them
+// from the regional settings: Qt's reading of LC_ALL, LC_TIME and LANG. A
+// two-digit year is widened to four, as Windows' short dates have it, and the
+// time zone Qt's long form ends with is left out, as Windows' long time has
+// none. Without a locale (C or POSIX) the English (United States) forms stay,
+// the ones the program always showed.
+struct DateForms {
+    bool english = true;
+    QLocale locale;
+    QString date, time;
+};
+
+const DateForms& dateForms() {
+    static const DateForms forms = [] {
+        DateForms f;
+        f.locale = QLocale::system();
+        if (f.locale.language() == QLocale::C) return f;
+        f.english = false;
+        f.date = f.locale.dateFormat(QLocale::ShortFormat);
+        if (!f.date.contains(QLatin1String("yyyy"))) f.date.replace(QLatin1String("yy"), QLatin1String("yyyy"));
+        f.time = f.locale.timeFormat(QLocale::LongFormat);
+        bool quoted = false;
+        QString time;
+        for (const QChar c : f.time) {
+            if (c == QLatin1Char('\'')) quoted = !quoted;
+            if (quoted || c != QLatin1Char('t')) time += c;
+        }
+        f.time = time.trimmed();
+        return f;
+    }();
+    return forms;
+}
+
 std::string shortDate(const DateParts& p) {
-    return std::to_string(p.month) + "/" + std::to_string(p.day) + "/" + std::to_string(p.year);
+    const DateForms& forms = dateForms();
+    if (forms.english) return std::to_string(p.month) + "/" + std::to_string(p.day) + "/" + std::to_string(p.year);
+    return forms.locale.toString(QDate(p.year, p.month, p.day), forms.date).toStdString();
 }
 
 std::string longTime(const DateParts& p) {
-    return std::to_string(twelveHour(p.hour)) + ":" + twoDigits(p.minute) + ":" + twoDigits(p.second) +
-           (p.hour < 12 ? " AM" : " PM");
+    const DateForms& forms = dateForms();
+    if (forms.english)
+        return std::to_string(twelveHour(p.hour)) + ":" + twoDigits(p.minute) + ":" + twoDigits(p.second) +
+               (p.hour < 12 ? " AM" : " PM");
+    return forms.locale.toString(QTime(p.hour, p.minute, p.second), forms.time).toStdString();
 }
 
 std::string generalDate(const DateParts& p) {

@@ -18,10 +18,12 @@ std::string booleanText(bool value);              // "True", "False"
 std::string doubleText(double value);             // up to 15 significant digits, "1E+16", "1.5E-05"
 std::string singleText(float value);              // up to 7 significant digits
 std::string currencyText(std::int64_t tenThousandths);  // "12.75", "-3", "0.0001"
-// The general date form: "3/7/2001 2:05:09 PM"; the date alone at midnight,
-// the time alone on day 0 ("12:00:00 AM" for 0).
+// The general date form in the user's locale (LC_ALL, LC_TIME, LANG): the
+// short date and the long time, "3/7/2001 2:05:09 PM" in English (United
+// States) and without a locale, "07.03.2001 14:05:09" in German; the date
+// alone at midnight, the time alone on day 0 ("12:00:00 AM" for 0).
 std::string dateText(double days);
-std::string timeText(double days);                // the long time of day: "2:05:09 PM"
+std::string timeText(double days);                // the long time of day: "2:05:09 PM" (locale as above)
 
 // A moment as a VB date in local wall-clock time, whole seconds (what Now
 // and the file dates give). Days since 1899-12-30.
