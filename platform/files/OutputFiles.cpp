@@ -112,7 +112,9 @@ OutputFile::OutputFile(const fs::path& path, WriteMode mode) {
     refuseInput(path);
     // Opened without truncation and checked on the descriptor itself, so that
     // a name swapped in between the check and the open cannot slip through.
-    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | (mode == WriteMode::Append ? O_APPEND : 0);
+    // Non-blocking, so that a named pipe nobody reads cannot hang the open.
+    const int flags =
+        O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (mode == WriteMode::Append ? O_APPEND : 0);
     fd_ = ::open(path.c_str(), flags, 0666);
     if (fd_ < 0) {
         const int err = errno;
@@ -128,7 +130,8 @@ OutputFile::OutputFile(const fs::path& path, WriteMode mode) {
         // rewrite reads it back): refuse it as Windows refuses a device name.
         accessError();
     }
-    if (mode == WriteMode::Replace && ::ftruncate(fd_, 0) != 0) {
+    if (::fcntl(fd_, F_SETFL, mode == WriteMode::Append ? O_APPEND : 0) != 0 ||
+        (mode == WriteMode::Replace && ::ftruncate(fd_, 0) != 0)) {
         ::close(std::exchange(fd_, -1));
         accessError();
     }
