@@ -7,6 +7,7 @@
 #include "Version.h"
 #include "platform/dao/VbText.h"
 #include "platform/files/OutputFiles.h"
+#include "report/PathText.h"
 #include "report/TextFile.h"
 
 namespace ql::report {
@@ -65,14 +66,16 @@ void WriteHeaderToFile(const std::string& outputPath, short format, const Header
         if (xml) RemoveXMLCloseTag(outputPath, scratchFolder);
         mode = OpenMode::Append;
     }
+    // Inside the XML comment a path must keep the report well-formed.
+    const auto pathLine = [xml](const std::string& path) { return xml ? xmlCommentPathText(path) : path; };
     std::vector<std::string> lines = {
         prefix + TitleLine,
         "",
         " VERSION : " + facts.version,
         "",
         " Database Analysis as at " + facts.date + " at " + facts.time,
-        " Access Database: " + facts.databasePath,
-        " System Database: " + facts.systemDbPath,
+        " Access Database: " + pathLine(facts.databasePath),
+        " System Database: " + pathLine(facts.systemDbPath),
         "",
         " " + attributionYears(facts.year),
         std::string(" ") + MakerName,

@@ -1,5 +1,7 @@
 #include "report/WorkbookHeader.h"
 
+#include "report/PathText.h"
+
 namespace ql::report {
 
 int workbookFileFormat(int excelVersion) {
@@ -27,9 +29,9 @@ void WriteWorkbookHeader(const std::string& outputPath, const HeaderFacts& facts
     header.Cells(3, 3) = "at";
     header.Cells(3, 4) = facts.time;
     header.Cells(4, 1) = "Access Database: ";
-    header.Cells(4, 2) = facts.databasePath;
+    header.Cells(4, 2) = unicodePathText(facts.databasePath);
     header.Cells(5, 1) = "System Database: ";
-    header.Cells(5, 2) = facts.systemDbPath;
+    header.Cells(5, 2) = unicodePathText(facts.systemDbPath);
     header.Cells(7, 1) = attributionYears(facts.year);
     header.Cells(8, 1) = MakerName;
     header.Cells(13, 1) = SupportContact.label;

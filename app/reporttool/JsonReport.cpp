@@ -10,12 +10,22 @@
 #include "analysis/FormatQuerySql.h"
 #include "grids/ErrorLog.h"
 #include "grids/Fillers.h"
+#include "report/PathText.h"
 
 namespace ql::reporttool {
 
 namespace {
 
 QString text(const std::string& s) { return QString::fromStdString(s); }
+
+// A path as a JSON string that still names the file when it is not UTF-8.
+QString pathText(const std::string& path) { return text(report::unicodePathText(path)); }
+
+QJsonArray pathArray(const std::vector<std::string>& paths) {
+    QJsonArray array;
+    for (const auto& path : paths) array.append(pathText(path));
+    return array;
+}
 
 QJsonArray textArray(const std::vector<std::string>& items) {
     QJsonArray array;
@@ -104,8 +114,8 @@ QByteArray jsonReport(const RunOutcome& outcome, const grids::WindowState& state
     for (int g = 0; g < grids::kGridCount; ++g) gridsArray.append(gridObject(g, state.lvwGrid[static_cast<std::size_t>(g)]));
 
     QJsonObject report{
-        {"database", text(outcome.database)},
-        {"workgroup", text(outcome.workgroup)},
+        {"database", pathText(outcome.database)},
+        {"workgroup", pathText(outcome.workgroup)},
         {"opened", outcome.opened},
         {"aborted", outcome.aborted},
         {"error", outcome.error ? QJsonValue(errorObject(*outcome.error)) : QJsonValue()},
@@ -117,7 +127,7 @@ QByteArray jsonReport(const RunOutcome& outcome, const grids::WindowState& state
         {"messages", messagesArray(outcome.messages)},
     };
     if (outcome.moduleSourcesAsked)
-        report.insert("module_sources", QJsonObject{{"files", textArray(outcome.moduleFiles)},
+        report.insert("module_sources", QJsonObject{{"files", pathArray(outcome.moduleFiles)},
                                                     {"errors", textArray(outcome.moduleErrors)}});
     return QJsonDocument(report).toJson(QJsonDocument::Indented);
 }

@@ -29,6 +29,7 @@ struct RunOutcome {
     bool moduleSourcesAsked = false;
     std::vector<std::string> moduleFiles;
     std::vector<std::string> moduleErrors;
+    bool moduleSourceWriteFailed = false;
 };
 
 // The cells of one grid row as the window's view shows them: one per

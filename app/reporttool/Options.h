@@ -14,8 +14,11 @@ struct Options {
     bool stats = false;
     bool tempQueries = false;
     bool timings = false;
+    bool force = false;  // folder mode: replace existing reports and logs
     std::string moduleSourceDir;  // empty: no module source files
-    std::string output;  // a file, "-" for standard output, or a folder
+    // A file, "-" for standard output, or a folder (a name ending in "/" or
+    // an existing folder).
+    std::string output;
     std::vector<std::string> databases;
 };
 

@@ -1,22 +1,27 @@
 #include "app/reporttool/ReportTool.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <set>
 #include <sstream>
 
-#include <QSaveFile>
 #include <QTemporaryDir>
 
 #include "analysis/AnalysisRun.h"
 #include "app/reporttool/HeadlessUi.h"
 #include "app/reporttool/JsonReport.h"
 #include "app/reporttool/StageTimer.h"
+#include "env/Probes.h"
 #include "grids/ErrorLog.h"
 #include "grids/UnhandledError.h"
 #include "grids/WindowContext.h"
 #include "open/OpenForAnalysis.h"
 #include "platform/dao/Dao.h"
+#include "platform/files/OutputFiles.h"
 #include "platform/profile/SettingsFile.h"
 #include "platform/vba/Automation.h"
 #include "platform/vba/ModuleExport.h"
@@ -173,6 +178,11 @@ public:
         timer_.end();
         for (const auto& m : exported.written) outcome_.moduleFiles.push_back(m.file.string());
         outcome_.moduleErrors = exported.errors;
+        // A module without readable source is a fact about the database; a
+        // file that could not be made is a failure of the run.
+        for (const auto& e : exported.errors)
+            if (e.find(": cannot write ") != std::string::npos || e.find(": cannot be created: ") != std::string::npos)
+                outcome_.moduleSourceWriteFailed = true;
     }
 
     QByteArray json() const { return jsonReport(outcome_, state_, controls_.qryControl); }
@@ -213,12 +223,134 @@ bool writeReport(const std::string& path, const QByteArray& data, std::ostream& 
         if (!out) why = "standard output cannot be written";
         return static_cast<bool>(out);
     }
-    QSaveFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
-        why = file.errorString().toStdString();
+    try {
+        files::replaceContents(path, std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
+    } catch (const RuntimeError& error) {
+        why = error.description();
         return false;
     }
     return true;
+}
+
+// Where one database's files go.
+struct Target {
+    std::string database;
+    std::string report;    // "-" for standard output
+    std::string errorLog;  // the window's "Errors.Log" beside the report; empty for JSON and "-"
+    std::string keptLog;   // folder mode: the name the error log is kept under
+};
+
+// A refusal before anything is read or written.
+struct Refusal {
+    std::string message;
+    int status = 1;
+};
+
+// The nearest folder of `path` that exists (for a path still to be made).
+fs::path existingAncestor(fs::path path) {
+    std::error_code ec;
+    if (path.empty()) path = ".";
+    path = fs::absolute(path, ec).lexically_normal();
+    while (!fs::exists(path, ec) && path.has_relative_path()) path = path.parent_path();
+    return path;
+}
+
+bool writableFolder(const fs::path& folder) {
+    std::error_code ec;
+    return fs::is_directory(folder, ec) && ::access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
+// A pipe would block the open for ever and a folder or device is no
+// database: only regular files (or missing ones, which fail on their own)
+// are opened.
+std::optional<std::string> notAFile(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || S_ISREG(st.st_mode)) return std::nullopt;
+    if (S_ISDIR(st.st_mode)) return path + " is a folder, not a database file";
+    return path + " is not a regular file (a pipe, socket or device); it was not opened";
+}
+
+// An Access 2007 or later file says so in its first bytes.
+bool isAceFile(const std::string& path) {
+    char head[20] = {};
+    std::ifstream in(path, std::ios::binary);
+    in.read(head, sizeof head);
+    return std::string(head + 4, 15) == "Standard ACE DB" || fs::path(path).extension() == ".accdb";
+}
+
+std::vector<Target> plan(const Options& options, bool toFolder) {
+    std::vector<Target> targets;
+    std::set<std::string> usedNames;
+    const bool fileFormat = options.format != Format::Json;
+    for (const std::string& database : options.databases) {
+        Target t{database, options.output, {}, {}};
+        if (toFolder) {
+            // Same file names from different folders get a number.
+            std::string name = reportFileName(database, options.format);
+            for (int n = 2; usedNames.count(name); ++n)
+                name = fs::path(database).filename().string() + "-" + std::to_string(n) + formatExtension(options.format);
+            usedNames.insert(name);
+            t.report = (fs::path(options.output) / name).string();
+            if (fileFormat) t.keptLog = t.report + ".Errors.Log";
+        }
+        if (fileFormat && t.report != "-") t.errorLog = env::GetFolderOfPath(t.report) + "Errors.Log";
+        targets.push_back(t);
+    }
+    return targets;
+}
+
+// Every check that needs no file opened: nothing is written unless all pass.
+std::optional<Refusal> refusal(const Options& options, const std::vector<Target>& targets, bool toFolder) {
+    std::error_code ec;
+    std::vector<std::string> inputs = options.databases;
+    if (!options.workgroup.empty()) inputs.push_back(options.workgroup);
+    for (const auto& input : inputs)
+        if (auto why = notAFile(input)) return Refusal{*why};
+
+    std::vector<std::string> written;
+    for (const Target& t : targets)
+        for (const std::string* file : {&t.report, &t.errorLog, &t.keptLog})
+            if (!file->empty() && *file != "-") written.push_back(*file);
+    // Module sources replace the .bas files of their folder.
+    if (!options.moduleSourceDir.empty()) {
+        for (const auto& database : options.databases) {
+            const fs::path folder = fs::path(options.moduleSourceDir) / fs::path(database).filename();
+            if (fs::is_directory(folder, ec))
+                for (const auto& entry : fs::directory_iterator(folder, ec))
+                    if (entry.path().extension() == ".bas") written.push_back(entry.path().string());
+        }
+        const fs::path base = existingAncestor(options.moduleSourceDir);
+        if (!writableFolder(base)) return Refusal{"cannot write module sources: " + base.string() + " is not a writable folder"};
+    }
+    for (const auto& file : written)
+        if (files::isProtectedInput(file))
+            return Refusal{"refusing to write " + file + ": it is a database or the workgroup file being read"};
+
+    if (toFolder) {
+        if (fs::exists(options.output, ec) && !fs::is_directory(options.output, ec))
+            return Refusal{options.output + " is not a folder"};
+        const fs::path base = existingAncestor(options.output);
+        if (!writableFolder(base)) return Refusal{"cannot write into " + options.output + ": " + base.string() + " is not a writable folder"};
+    }
+    for (const Target& t : targets) {
+        if (t.report == "-") continue;
+        const fs::path folder = fs::path(t.report).parent_path();
+        if (!toFolder && !fs::is_directory(folder.empty() ? "." : folder, ec))
+            return Refusal{"cannot write " + t.report + ": the folder " + folder.string() + " does not exist"};
+        // The report is replaced through a new file and its log deleted and
+        // made again: both need the folder writable.
+        if (!toFolder && !writableFolder(folder.empty() ? "." : folder))
+            return Refusal{"cannot write " + t.report + ": the folder " + folder.string() + " is not writable"};
+        for (const std::string* file : {&t.report, &t.errorLog, &t.keptLog}) {
+            if (file->empty() || !fs::exists(*file, ec)) continue;
+            if (!fs::is_regular_file(*file, ec)) return Refusal{"cannot write " + *file + ": it is not a regular file"};
+            if (::access(file->c_str(), W_OK) != 0) return Refusal{"cannot write " + *file + ": it is not writable"};
+            // In a folder of many reports an old file is more likely another
+            // run's work than something to throw away.
+            if (toFolder && !options.force) return Refusal{*file + " exists; --force replaces it"};
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -232,10 +364,25 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
     const std::string prefix = environment.programName + ": ";
     const bool json = options.format == Format::Json;
 
-    // Several databases, or an existing folder, make --output a folder.
+    // A folder only where the name says so or one is there: a mistyped
+    // file name must not turn into a folder.
     std::error_code ec;
-    const bool toFolder = options.output != "-" &&
-                          (options.databases.size() > 1 || fs::is_directory(options.output, ec));
+    const bool toStdout = options.output == "-";
+    const bool toFolder = !toStdout && (options.output.back() == '/' || fs::is_directory(options.output, ec));
+    if (!toFolder && options.databases.size() > 1) {
+        err << prefix << "with several databases --output names a folder: end it with / or create it first\n";
+        return 2;
+    }
+    // Held for the whole run: no writer may reach a file being read.
+    std::vector<files::ProtectedInput> inputs;
+    for (const auto& database : options.databases) inputs.push_back(files::ProtectedInput::ofPath(database));
+    if (!options.workgroup.empty()) inputs.push_back(files::ProtectedInput::ofPath(options.workgroup));
+
+    const std::vector<Target> targets = plan(options, toFolder);
+    if (const auto refused = refusal(options, targets, toFolder)) {
+        err << prefix << refused->message << "\n";
+        return refused->status;
+    }
     if (toFolder) {
         fs::create_directories(options.output, ec);
         if (ec || !fs::is_directory(options.output)) {
@@ -245,24 +392,13 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
     }
 
     StageTimer allStages;
-    std::set<std::string> usedNames;
     bool failed = false;
-    const std::size_t count = options.databases.size();
+    const std::size_t count = targets.size();
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string& database = options.databases[i];
+        const Target& target = targets[i];
+        const std::string& database = target.database;
         if (environment.progressLines)
             err << prefix << "[" << (i + 1) << "/" << count << "] " << database << "\n" << std::flush;
-
-        std::string target = options.output;
-        if (toFolder) {
-            // Same file names from different folders get a number.
-            std::string name = reportFileName(database, options.format);
-            for (int n = 2; usedNames.count(name); ++n)
-                name = fs::path(database).filename().string() + "-" + std::to_string(n) +
-                       formatExtension(options.format);
-            usedNames.insert(name);
-            target = (fs::path(options.output) / name).string();
-        }
 
         QTemporaryDir scratchDir;
         if (!scratchDir.isValid()) {
@@ -276,13 +412,16 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
         if (!outcome.opened) {
             failed = true;
             err << prefix << database << ": cannot open: error " << outcome.error->number() << ": "
-                << outcome.error->description() << "\n";
+                << outcome.error->description();
+            if (outcome.error->number() == 3343 && isAceFile(database))
+                err << " (an Access 2007 or later file is not a Jet database)";
+            err << "\n";
         }
 
         // The file formats are written where the window writes them, so a
         // report for standard output is made in the scratch folder first.
         const std::string reportPath =
-            !json && target == "-" ? (scratch / ("report" + formatExtension(options.format))).string() : target;
+            !json && toStdout ? (scratch / ("report" + formatExtension(options.format))).string() : target.report;
         bool reportStarted = false;
         if (outcome.opened) {
             reportStarted = json || run.startReport(options.format, reportPath);
@@ -295,35 +434,45 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
         if (!options.moduleSourceDir.empty()) {
             run.writeModuleSources(options.moduleSourceDir);
             for (const auto& e : outcome.moduleErrors) err << prefix << database << ": module source: " << e << "\n";
+            if (outcome.moduleSourceWriteFailed) failed = true;
         }
 
         if (json) {
             run.timer().begin("write report");
             std::string why;
-            const bool written = writeReport(target, run.json(), *environment.out, why);
+            const bool written = writeReport(target.report, run.json(), *environment.out, why);
             run.timer().end();
             if (!written) {
                 failed = true;
-                err << prefix << "cannot write " << target << ": " << why << "\n";
+                err << prefix << "cannot write " << target.report << ": " << why << "\n";
             }
         } else if (outcome.opened) {
             // A database that does not open gets no report file, as the
-            // window writes none before a database is open.
+            // window writes none before a database is open. A run cut short
+            // keeps its header only: statistics of half-filled grids would
+            // pass for a whole analysis.
             std::string why;
-            bool written = reportStarted && run.finishReport(options.stats);
+            bool written = reportStarted && run.finishReport(options.stats && !outcome.aborted);
             if (!written)
                 why = run.reportError()->description();
-            else if (target == "-")
+            else if (toStdout)
                 written = writeReport("-", QByteArray::fromStdString(readWhole(reportPath)), *environment.out, why);
             if (!written) {
                 failed = true;
-                err << prefix << "cannot write " << target << ": " << why << "\n";
+                err << prefix << "cannot write " << target.report << ": " << why << "\n";
             }
+            // Standard output has no "beside": the log follows on stderr.
+            if (toStdout)
+                for (const auto& line : outcome.errorLog) err << line << "\n";
             // One folder, one "Errors.Log" name: each database's log is kept
             // under its report's name so that the next run does not replace it.
             if (toFolder && reportStarted) {
-                std::error_code moved;
-                fs::rename(run.errorLogPath(), target + ".Errors.Log", moved);
+                try {
+                    files::replaceFile(run.errorLogPath(), target.keptLog);
+                } catch (const RuntimeError& error) {
+                    failed = true;
+                    err << prefix << "cannot write " << target.keptLog << ": " << error.description() << "\n";
+                }
             }
         }
 

@@ -22,7 +22,10 @@ struct ToolEnvironment {
 
 // Runs every database of `options`; returns the exit status: 0 every
 // database analysed and its report written, 1 some database could not be
-// opened, its run ended early or its report could not be written.
+// opened, its run ended early, a file could not be written, or the run was
+// refused before it wrote anything (a target that is an input, an input
+// that is no regular file, a missing or read-only folder, files a folder
+// run would replace without --force), 2 several databases without a folder.
 int runTool(const Options& options, const ToolEnvironment& environment);
 
 // The report file of `database` inside `folder`: the database's file name
