@@ -15,6 +15,7 @@
 #include "analysis/AnalysisRun.h"
 #include "grids/Fillers.h"
 #include "platform/jet/Database.h"
+#include "tests/platform/workbook/XlsProbe.h"
 #include "tests/reporttool/Run.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
@@ -324,6 +325,20 @@ assert named.startswith('file://') and urllib.parse.unquote_to_bytes(named[7:]) 
         const auto checked = python(check, {format, report, db.string()});
         EXPECT_EQ(checked.status, 0) << format << ": " << checked.err;
     }
+    const std::string xls = (out / "r.xls").string();
+    ASSERT_EQ(runProgram({kTool, "--format", "xls", "--output", xls, db.string()}).status, 0);
+    const std::string named = workbook::test::probeXls(xls).sheets.at(0).cells.at({3, 1}).text;
+    std::string decoded;
+    for (std::size_t i = 7; i < named.size(); ++i) {
+        if (named[i] != '%') {
+            decoded += named[i];
+            continue;
+        }
+        decoded += static_cast<char>(std::stoi(named.substr(i + 1, 2), nullptr, 16));
+        i += 2;
+    }
+    EXPECT_EQ(named.substr(0, 7), "file://");
+    EXPECT_EQ(decoded, db.string());
 }
 
 }  // namespace
