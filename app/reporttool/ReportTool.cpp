@@ -334,17 +334,20 @@ std::optional<Refusal> refusal(const Options& options, const std::vector<Target>
     }
     for (const Target& t : targets) {
         if (t.report == "-") continue;
-        const fs::path folder = fs::path(t.report).parent_path();
-        if (!toFolder && !fs::is_directory(folder.empty() ? "." : folder, ec))
+        const fs::path parent = fs::path(t.report).parent_path(), folder = parent.empty() ? "." : parent;
+        if (!toFolder && !fs::is_directory(folder, ec))
             return Refusal{"cannot write " + t.report + ": the folder " + folder.string() + " does not exist"};
         // The report is replaced through a new file and its log deleted and
         // made again: both need the folder writable.
-        if (!toFolder && !writableFolder(folder.empty() ? "." : folder))
+        if (!toFolder && !writableFolder(folder))
             return Refusal{"cannot write " + t.report + ": the folder " + folder.string() + " is not writable"};
         for (const std::string* file : {&t.report, &t.errorLog, &t.keptLog}) {
             if (file->empty() || !fs::exists(*file, ec)) continue;
             if (!fs::is_regular_file(*file, ec)) return Refusal{"cannot write " + *file + ": it is not a regular file"};
-            if (::access(file->c_str(), W_OK) != 0) return Refusal{"cannot write " + *file + ": it is not writable"};
+            // A log is deleted and made again, so only the report must be
+            // writable itself.
+            if (file == &t.report && ::access(file->c_str(), W_OK) != 0)
+                return Refusal{"cannot write " + *file + ": it is not writable"};
             // In a folder of many reports an old file is more likely another
             // run's work than something to throw away.
             if (toFolder && !options.force) return Refusal{*file + " exists; --force replaces it"};
