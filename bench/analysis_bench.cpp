@@ -218,7 +218,8 @@ Run toolRun(const Options& o, const ToolFormat& format, const std::vector<fs::pa
     fs::remove_all(outDir);
     std::vector<std::string> args = {o.tool};
     args.insert(args.end(), format.args.begin(), format.args.end());
-    args.insert(args.end(), {"--timings", "--output", outDir.string()});
+    // A trailing "/" makes the name a folder for the tool.
+    args.insert(args.end(), {"--timings", "--output", outDir.string() + "/"});
     for (const fs::path& f : files) args.push_back(f.string());
     return spawn(args, scratch, false, true, true);
 }
