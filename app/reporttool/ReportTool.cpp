@@ -417,7 +417,7 @@ int runTool(const Options& options, const ToolEnvironment& environment) {
             err << prefix << database << ": cannot open: error " << outcome.error->number() << ": "
                 << outcome.error->description();
             if (outcome.error->number() == 3343 && isAceFile(database))
-                err << " (an Access 2007 or later file is not a Jet database)";
+                err << " (Access 2007 and later files are not Jet files)";
             err << "\n";
         }
 

@@ -113,7 +113,7 @@ TEST(ReportToolRefusal, BadInputsAndPlacesFailClearly) {
         {{"--output", (dir / "r.json").string(), (dir / "pipe.mdb").string()}, "is not a regular file"},
         {{"--workgroup", "/dev/zero", "--output", (dir / "r.json").string(), db}, "is not a regular file"},
         {{"--output", (dir / "r.json").string(), corpusFile("ace_pcinventory.accdb").string()},
-         "an Access 2007 or later file is not a Jet database"},
+         "Access 2007 and later files are not Jet files"},
         {{"--format", "text", "--output", (dir / "none" / "r.txt").string(), db}, "does not exist"},
     };
     for (const auto& c : cases) {
