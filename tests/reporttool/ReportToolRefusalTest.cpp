@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "tests/reporttool/Run.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
