@@ -7,9 +7,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <sstream>
 
 #include "analysis/AnalysisRun.h"
@@ -248,6 +252,32 @@ TEST(ReportTool, FileFormatsKeepEachDatabasesReportAndLog) {
     EXPECT_EQ(stamped(toStdout.out), stamped(TempFolder::read(out / "r.txt")));
     EXPECT_EQ(stamped(toStdout.err), stamped(TempFolder::read(out / "Errors.Log")));
     EXPECT_EQ(stamped(toStdout.err).size(), 1u);
+}
+
+// Dates follow the user's locale: the grid's file dates and the error log's
+// time stamp, in German and in English (United States).
+TEST(ReportTool, DatesFollowTheLocale) {
+    TempFolder out;
+    const fs::path db = writableCopy("j3_afr.mdb", out.path());
+    const timespec when[2] = {{983973909, 0}, {983973909, 0}};  // 2001-03-07 14:05:09 UTC
+    ASSERT_EQ(::utimensat(AT_FDCWD, db.c_str(), when, 0), 0);
+    const std::map<std::string, std::pair<std::string, std::string>> expected = {
+        {"de_DE.UTF-8", {"07.03.2001 14:05:09", R"(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d$)"}},
+        {"en_US.UTF-8", {"3/7/2001 2:05:09 PM", R"(\d{1,2}/\d{1,2}/\d{4} \d{1,2}:\d\d:\d\d [AP]M$)"}},
+    };
+    for (const auto& [locale, want] : expected) {
+        SCOPED_TRACE(locale);
+        const std::string json = (out / (locale + ".json")).string(), text = (out / (locale + ".txt")).string();
+        for (const auto& [format, report] : {std::pair{"json", json}, std::pair{"text", text}}) {
+            const auto run = runProgram({"env", "-u", "LC_ALL", "LANG=" + locale, "TZ=UTC", kTool, "--format", format,
+                                         "--output", report, db.string()});
+            ASSERT_EQ(run.status, 0) << run.err;
+        }
+        const auto rows = gridRows(parseReport(json), 0);
+        ASSERT_GE(rows.size(), 4u);
+        EXPECT_EQ(rows[3], (std::vector<std::string>{"Last Modified", want.first}));
+        EXPECT_TRUE(std::regex_search(lines(TempFolder::read(out / "Errors.Log")).front(), std::regex(want.second)));
+    }
 }
 
 TEST(ReportTool, BadUsageEndsWithStatusTwoAndTheUsage) {
