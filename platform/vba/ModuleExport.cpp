@@ -71,6 +71,7 @@ ModuleSourceExport writeModuleSources(const std::filesystem::path& databasePath,
     std::filesystem::create_directories(target, ec);
     if (ec) {
         result.errors.push_back(target.string() + ": cannot be created: " + ec.message());
+        result.writeFailed = true;
         return result;
     }
 
@@ -88,8 +89,10 @@ ModuleSourceExport writeModuleSources(const std::filesystem::path& databasePath,
         const std::filesystem::path file = target / (name + ".bas");
         if (writeFile(file, module.source->storedText()))
             result.written.push_back({module.name, file});
-        else
+        else {
             result.errors.push_back("module " + module.name + ": cannot write " + file.string());
+            result.writeFailed = true;
+        }
     }
     return result;
 }

@@ -18,6 +18,9 @@ struct ModuleSourceExport {
     // <reason>"), or one for the database when its project could not be read
     // at all.
     std::vector<std::string> errors;
+    // A file or folder could not be written: a failure of the export itself,
+    // apart from modules whose source the database does not give.
+    bool writeFailed = false;
 };
 
 // Writes each module of the database at `databasePath` whose source can be
