@@ -1,6 +1,5 @@
 #include "app/reporttool/ReportTool.h"
 
-
 #include <filesystem>
 #include <fstream>
 #include <optional>
