@@ -210,7 +210,7 @@ TEST_F(DamagedTable, UnknownUsageMapKindStopsTheTable) {
     }
 }
 
-TEST(DamagedLongValue, BrokenChainsAndCapsAreErrors) {
+TEST(DamagedLongValue, BrokenChainsAreErrors) {
     // Find a memo or OLE value stored outside its row in a Jet 4 file.
     std::vector<std::uint8_t> file = load("j4_northwind2000.mdb");
     const Database db = Database::openBuffer(file);
@@ -223,12 +223,6 @@ TEST(DamagedLongValue, BrokenChainsAndCapsAreErrors) {
     const LongValue& lv = cursor[index].as<LongValue>();
     ASSERT_GT(lv.length(), 4096u);  // a multi-page chain
     EXPECT_EQ(lv.bytes().size(), lv.length());
-    try {
-        lv.bytes(100);
-        ADD_FAILURE() << "no cap";
-    } catch (const Error& e) {
-        EXPECT_EQ(e.kind(), ErrorKind::TooLarge);
-    }
 
     // Locate the in-row header (12 bytes: length word, first pointer) and
     // the row of the chain's first link.
