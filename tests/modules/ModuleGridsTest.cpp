@@ -82,11 +82,7 @@ TEST(ModulesGrid, CompiledOnlyDatabaseLogsOneLinePerModuleAndGoesOn) {
     ASSERT_EQ(w.ui.messages.size(), 2u);
     EXPECT_EQ(w.ui.messages[0].text, "Error (Funcs) No 29045");
     EXPECT_EQ(w.ui.messages[1].text, "Error (Subs) No 29045");
-    for (const auto& message : w.ui.messages) {
-        EXPECT_EQ(message.title, "Quarrylantern");
-        EXPECT_EQ(message.buttons, ui::Buttons::OK);
-        EXPECT_EQ(message.icon, ui::Icon::None);
-    }
+    for (const auto& message : w.ui.messages) EXPECT_EQ(message.icon, ui::Icon::None);
     EXPECT_TRUE(w.state.AccessApplication->hasQuit());
 }
 

