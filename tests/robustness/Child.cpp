@@ -36,12 +36,6 @@ bool underSanitizer() {
 #endif
 }
 
-long ownMaxRssKb() {
-    rusage usage{};
-    ::getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
 std::string ChildResult::describe() const {
     if (timedOut) return "no result within the time cap (a hang or an endless loop)";
     if (!exited) return std::string("killed by signal ") + std::to_string(signal) + " (" + strsignal(signal) + ")";
@@ -92,10 +86,8 @@ ChildResult runInChild(const std::function<int(int reportFd)>& work, const Child
     }
     ::close(fds[0]);
     int status = 0;
-    rusage usage{};
-    while (::wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) {
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
-    result.maxRssKb = usage.ru_maxrss;
     if (WIFEXITED(status)) {
         result.exited = true;
         result.exitCode = WEXITSTATUS(status);

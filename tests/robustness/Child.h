@@ -18,7 +18,6 @@ struct ChildResult {
     int exitCode = -1;
     int signal = 0;
     bool timedOut = false;     // the alarm fired
-    long maxRssKb = 0;         // the child's peak resident set
     std::string report;        // what the child wrote to its report pipe
     std::string describe() const;
 };
@@ -34,8 +33,5 @@ void writeAll(int fd, const std::string& text);
 // True when built with AddressSanitizer, whose shadow memory an address
 // space cap would break.
 bool underSanitizer();
-
-// The peak resident set of this process so far, in KiB.
-long ownMaxRssKb();
 
 }  // namespace ql::robustness

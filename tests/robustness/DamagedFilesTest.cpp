@@ -17,7 +17,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -42,44 +41,6 @@ unsigned setting(const char* name, unsigned fallback) {
 const std::set<int> kOpenErrors = {3024, 3028, 3029, 3031, 3033, 3044, 3049, 3051, 3112, 3343};
 
 const ChildLimits kLimits{1024ull * 1024 * 1024, 60};
-
-// How the inputs ended, by stage, damage and ending ("walk, zeroed page:
-// partial"), the DAO numbers of the failed opens, and the peak memory.
-struct Tally {
-    int inputs = 0;
-    long peakRssKb = 0;
-    std::map<std::string, int> counts;
-
-    void add(const char* stage, const Outcome& o, DamageKind kind, long rssKb) {
-        ++counts[std::string(stage) + ", " + damageName(kind) + ": " + endingName(o.ending)];
-        if (o.ending == Ending::OpenError) ++counts["open error " + std::to_string(o.openError)];
-        peakRssKb = std::max(peakRssKb, rssKb);
-    }
-    void merge(const Tally& other) {
-        inputs += other.inputs;
-        for (const auto& [k, v] : other.counts) counts[k] += v;
-        peakRssKb = std::max(peakRssKb, other.peakRssKb);
-    }
-    std::string text() const {
-        std::string out = std::to_string(inputs) + " damaged inputs; peak RSS of a child " +
-                          std::to_string(peakRssKb / 1024) + " MiB\n";
-        for (const auto& [k, v] : counts) out += "    " + k + ": " + std::to_string(v) + "\n";
-        return out;
-    }
-};
-
-Tally& grandTotal() {
-    static Tally total;
-    return total;
-}
-
-class PrintTotal : public ::testing::Environment {
-public:
-    void TearDown() override {
-        if (grandTotal().inputs) std::cout << "[damaged files, all] " << grandTotal().text() << std::flush;
-    }
-};
-const auto* const kPrintTotal = ::testing::AddGlobalTestEnvironment(new PrintTotal);
 
 std::vector<std::string> jetFiles() {
     std::vector<std::string> files = ql::test::jetDatabases();
@@ -112,7 +73,7 @@ TEST_P(DamagedFiles, EndInAnOpenErrorOrAFinishedRun) {
     // A damaged workgroup file is the workgroup of an undamaged database.
     const bool isWorkgroup = fs::path(name).extension() == ".mdw";
     // The outcome of `file` read in a child; none when the child ended badly.
-    auto read = [&](bool full, const std::string& file, long& rssKb) -> std::optional<Outcome> {
+    auto read = [&](bool full, const std::string& file) -> std::optional<Outcome> {
         const ChildResult result = runInChild(
             [&](int fd) {
                 const std::string database = isWorkgroup ? ql::test::corpusFile(partnerDatabase(name)).string() : file;
@@ -121,36 +82,22 @@ TEST_P(DamagedFiles, EndInAnOpenErrorOrAFinishedRun) {
                 return 0;
             },
             kLimits);
-        rssKb = result.maxRssKb;
         Outcome outcome;
         if (result.exited && result.exitCode == 0 && decode(result.report, outcome)) return outcome;
         ADD_FAILURE() << name << ", " << (full ? "the analysis" : "reading") << " ended badly: " << result.describe();
         return std::nullopt;
     };
-    // Some real files have errors of their own (compiled-only modules,
-    // secured objects): a damaged copy that ends exactly as the original
-    // did counts as complete.
-    auto classify = [](Outcome& o, const Outcome& original) {
-        if (o.ending == Ending::OpenError) return;
-        const bool same = o.errors == original.errors && o.logLines == original.logLines &&
-                          o.unhandled == original.unhandled && o.message == original.message;
-        o.ending = same ? Ending::Complete : Ending::Partial;
-    };
-    long rssKb = 0;
-    const std::optional<Outcome> originalWalk = read(false, ql::test::corpusFile(name).string(), rssKb);
-    const std::optional<Outcome> originalRun = read(true, ql::test::corpusFile(name).string(), rssKb);
-    ASSERT_TRUE(originalWalk && originalRun) << name << " itself";
+    ASSERT_TRUE(read(false, ql::test::corpusFile(name).string()) && read(true, ql::test::corpusFile(name).string()))
+        << name << " itself";
 
-    Tally tally;
     std::map<DamageKind, unsigned> seen;
     for (const Damage& damage : damages) {
         const std::string bytes = image.apply(damage, random);
         std::ofstream(path, std::ios::binary | std::ios::trunc)
             .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        ++tally.inputs;
         SCOPED_TRACE(damage.label());
 
-        std::optional<Outcome> walk = read(false, path.string(), rssKb);
+        std::optional<Outcome> walk = read(false, path.string());
         if (!walk) {
             keep(name, damage, bytes);
             continue;
@@ -158,14 +105,12 @@ TEST_P(DamagedFiles, EndInAnOpenErrorOrAFinishedRun) {
         if (walk->ending == Ending::OpenError) {
             EXPECT_TRUE(kOpenErrors.count(walk->openError)) << "open failed with " << walk->openError << " " << walk->message;
         }
-        classify(*walk, *originalWalk);
-        tally.add("walk", *walk, damage.kind, rssKb);
 
         // Counted by kind, since the page damages take the kinds in turn. Cuts
         // are many and alike: half as many of them go through the whole
         // analysis as of the page damages.
         if (seen[damage.kind]++ % (damage.kind == DamageKind::Truncated ? 2 * fullEvery : fullEvery) != 0) continue;
-        std::optional<Outcome> full = read(true, path.string(), rssKb);
+        std::optional<Outcome> full = read(true, path.string());
         if (!full) {
             keep(name, damage, bytes);
             continue;
@@ -176,12 +121,7 @@ TEST_P(DamagedFiles, EndInAnOpenErrorOrAFinishedRun) {
         if (full->errors > 0) {
             EXPECT_GT(full->logLines, 0) << "errors counted but none logged";
         }
-        classify(*full, *originalRun);
-        tally.add("analysis", *full, damage.kind, rssKb);
     }
-    std::cout << "[damaged files] " << name << " (undamaged: " << originalWalk->errors << " errors) " << tally.text()
-              << std::flush;
-    grandTotal().merge(tally);
 }
 
 std::string testName(const ::testing::TestParamInfo<std::string>& info) {

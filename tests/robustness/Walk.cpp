@@ -11,15 +11,6 @@
 
 namespace ql::robustness {
 
-const char* endingName(Ending ending) {
-    switch (ending) {
-        case Ending::OpenError: return "error at open";
-        case Ending::Partial: return "partial";
-        case Ending::Complete: return "complete";
-    }
-    return "?";
-}
-
 namespace {
 
 class Walker {

@@ -7,7 +7,6 @@
 namespace ql::robustness {
 
 enum class Ending { OpenError, Partial, Complete };
-const char* endingName(Ending ending);
 
 struct Outcome {
     Ending ending = Ending::Complete;
