@@ -19,11 +19,9 @@ namespace {
 
 std::string jet4Text(std::vector<std::uint8_t> bytes) { return TextCodec(true, 1252).decodeText(ByteSpan(bytes)); }
 
-TEST(Jet4Text, PlainAndCompressedForms) {
-    EXPECT_EQ(jet4Text({'A', 0, 'b', 0}), "Ab");
-    EXPECT_EQ(jet4Text({0xFF, 0xFE, 'A', 'b', 0xE9}), "Ab\xC3\xA9");  // é as one byte
-    // A 00 byte switches to plain UCS-2 (here Cyrillic А) and back.
-    EXPECT_EQ(jet4Text({0xFF, 0xFE, 'x', 0x00, 0x10, 0x04, 0x00, 'y'}), "x\xD0\x90y");
+// Plain and compressed text, with its switches to UCS-2, is compared cell by
+// cell with mdb-export over the corpus; here the corners it does not hold.
+TEST(Jet4Text, EmptyCompressedSurrogatesAndOddBytes) {
     EXPECT_EQ(jet4Text({0xFF, 0xFE}), "");
     // Surrogate pairs join; a lone surrogate becomes U+FFFD.
     EXPECT_EQ(jet4Text({0x3D, 0xD8, 0x00, 0xDE}), "\xF0\x9F\x98\x80");
@@ -76,10 +74,6 @@ TEST(NumericValues, ExactDecimalText) {
     EXPECT_EQ((Decimal{false, 3, 5}.toString()), "0.005");
     EXPECT_EQ((Decimal{true, 2, 12345}.toString()), "-123.45");
     EXPECT_EQ((Decimal{true, 0, 0}.toString()), "0");
-
-    Guid g;
-    for (int i = 0; i < 16; ++i) g.bytes[i] = static_cast<std::uint8_t>(i);
-    EXPECT_EQ(g.toString(), "{03020100-0504-0706-0809-0A0B0C0D0E0F}");
 }
 
 TEST(ObjectNames, CompareWithoutCaseAcrossScripts) {
