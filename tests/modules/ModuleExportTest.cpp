@@ -1,6 +1,5 @@
 // The module source files: where they go, what they hold, and what a file
-// without readable source gives. (The grid test counts every corpus module
-// from these files.)
+// without readable source gives.
 #include "platform/vba/ModuleExport.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
