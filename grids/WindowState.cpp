@@ -20,6 +20,26 @@ std::optional<SelectButtonAction> selectButtonAction(int index) {
     return SelectButtonAction{pair.list, even ? pair.evenSelects : !pair.evenSelects};
 }
 
+void resetOutputChoice(WindowState& state) {
+    state.OutputPath.clear();
+    state.OutputFileNumber = 0;
+    state.OutputFormat = kFormatText;
+    state.WriteMode = 1;
+    state.ErrorLogPath.clear();
+    state.StatisticsWritten = false;
+    state.ExcelWorkbook.reset();
+    state.ExcelApplication.reset();
+}
+
+void clearResults(WindowState& state) {
+    for (auto& list : state.lstData) list.Clear();
+    for (auto& grid : state.lvwGrid) {
+        grid.clearRows();
+        grid.clearColumns();
+        grid.touch();
+    }
+}
+
 bool applySelectButton(WindowState& state, int index) {
     const auto action = selectButtonAction(index);
     if (!action) return false;

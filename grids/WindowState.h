@@ -102,6 +102,14 @@ struct SelectButtonAction {
 // tabs the lower index clears.
 std::optional<SelectButtonAction> selectButtonAction(int index);
 
+// A newly opened database starts without an output choice: no report path,
+// file, format, error log, statistics or workbook of the previous one.
+void resetOutputChoice(WindowState& state);
+
+// A newly opened database starts without results: every name list and grid
+// of the previous one is emptied.
+void clearResults(WindowState& state);
+
 // Applies button `index` to its list; returns false when the index does
 // nothing.
 bool applySelectButton(WindowState& state, int index);

@@ -142,6 +142,29 @@ bool chooseFiles(WindowContext& ctx) {
     return ran && goOn;
 }
 
+// Nothing of the previous database may pass for the new one's: its
+// results are emptied and put away until the new one has been analysed, and
+// the analysis waits for a new output file.
+void forgetResults(WindowContext& ctx) {
+    grids::clearResults(ctx.state);
+    for (int i = 0; i < grids::kNameListCount; ++i) ctx.controls.nameListChanged(i);
+    for (int i = 0; i < grids::kGridCount; ++i) ctx.controls.gridChanged(i);
+    for (int tab = 0; tab < grids::kTabCount; ++tab)
+        if (tab != grids::kTabDatabase) ctx.controls.setTabEnabled(tab, false);
+    for (const Control c : {Control::cmdAnalyse, Control::mnuAnalyse, Control::mnuViewResults, Control::mnuStatistics})
+        ctx.controls.setEnabled(c, false);
+}
+
+// A refused or failed opening leaves the previous database open; the path
+// shown and used is then that database's, not the refused one.
+void showOpenDatabase(WindowContext& ctx) {
+    if (!ctx.state.CurrentDb) return;
+    const std::string& open = ctx.state.CurrentDb->Name();
+    if (ctx.state.ActualDbPath == open && ctx.controls.txtMDB() == open) return;
+    ctx.state.ActualDbPath = open;
+    ctx.controls.setTxtMDB(open);
+}
+
 }  // namespace
 
 void cmdFind_Click(grids::WindowContext& ctx) {
@@ -156,7 +179,10 @@ void cmdFind_Click(grids::WindowContext& ctx) {
     state.SystemDbPath =
         ctx.settings.ReadSetting(kSettingsSection, kSystemDbKey, ctx.programFolder + "/SYSTEM.MDW");
 
-    if (!chooseFiles(ctx)) return;
+    if (!chooseFiles(ctx)) {
+        showOpenDatabase(ctx);
+        return;
+    }
 
     state.DbEngine = dao::DBEngine{};
     state.DbEngine->SystemDB = state.SystemDbPath;
@@ -169,8 +195,10 @@ void cmdFind_Click(grids::WindowContext& ctx) {
 
             finishStep(ctx, 1, 2);
             ctx.controls.setTxtOut("");
+            grids::resetOutputChoice(state);
             ctx.controls.chooseFormat(grids::kFormatText);
             ctx.controls.setEnabled(Control::cmdView, false);
+            forgetResults(ctx);
             // The output choice is made once per opened database, and the
             // window switches it off at start-up and after each choice;
             // opening a database is where it becomes possible again, or no
@@ -186,6 +214,7 @@ void cmdFind_Click(grids::WindowContext& ctx) {
             ctx.ui.setMousePointer(ui::MousePointer::Default);
         },
         openTrap);
+    showOpenDatabase(ctx);
 }
 
 }  // namespace ql::open
