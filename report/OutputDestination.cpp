@@ -8,6 +8,7 @@
 #include "env/Probes.h"
 #include "env/RegistryValue.h"
 #include "platform/dao/VbText.h"
+#include "grids/ErrorLog.h"
 #include "platform/files/OutputFiles.h"
 #include "report/ReportHeader.h"
 #include "report/StatisticsReport.h"
@@ -131,9 +132,10 @@ void closeOutput(grids::WindowContext& ctx) {
 
 void cmdOut_Click(grids::WindowContext& ctx) {
     using grids::Control;
+    std::string stored;
+    std::string chosen;
     try {
-        const std::string stored =
-            ctx.settings.ReadSetting("Paths", "Output", (fs::path(ctx.programFolder) / "Test.TXT").string());
+        stored = ctx.settings.ReadSetting("Paths", "Output", (fs::path(ctx.programFolder) / "Test.TXT").string());
 
         ui::FileDialog dialog;
         dialog.title = "Select Output File Name";
@@ -143,7 +145,7 @@ void cmdOut_Click(grids::WindowContext& ctx) {
         dialog.initialFolder = outputInitialFolder(stored);
         dialog.cancelError = false;
         const ui::FileDialogResult result = ctx.ui.showSave(dialog);
-        const std::string chosen = result.accepted ? result.fileName : std::string();
+        chosen = result.accepted ? result.fileName : std::string();
 
         ctx.controls.setTxtOut(chosen);
         if (chosen.empty()) {
@@ -170,8 +172,20 @@ void cmdOut_Click(grids::WindowContext& ctx) {
         ctx.controls.setEnabled(Control::mnuAnalyse, true);
         ctx.controls.setEnabled(Control::cmdAnalyse, true);
         ctx.controls.setFocus(Control::cmdAnalyse);
-    } catch (const RuntimeError& error) {
-        ctx.ui.message(error.description(), kAppTitle);
+    } catch (const std::exception& e) {
+        // The choice failed (a folder that cannot be written, the database
+        // itself): it stays open to be made again, and nothing remembers the
+        // failed path, so that no later dialog starts there.
+        const RuntimeError error = grids::asRuntimeError(e);
+        ctx.state.OutputPath.clear();
+        ctx.state.ErrorLogPath.clear();
+        ctx.controls.setTxtOut("");
+        if (!chosen.empty() && ctx.settings.ReadSetting("Paths", "Output", "") == chosen)
+            ctx.settings.WriteSetting("Paths", "Output", stored == chosen ? std::string() : stored);
+        ctx.controls.setEnabled(Control::cmdOut, true);
+        ctx.controls.setEnabled(Control::mnuOutPut, true);
+        ctx.controls.setEnabled(Control::fraOutput, true);
+        ctx.ui.message(error.description() + "\r\n" + chosen, kAppTitle, ui::Buttons::OK, ui::Icon::Exclamation);
     }
 }
 

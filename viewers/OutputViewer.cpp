@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "env/RegistryValue.h"
+#include "grids/ErrorLog.h"
 #include "report/OutputDestination.h"
 #include "viewers/About.h"
 
@@ -73,8 +74,10 @@ void cmdView_Click(grids::WindowContext& ctx, const registry::Registry& registry
         default:
             break;
         }
-    } catch (const RuntimeError& error) {
-        ctx.ui.message(error.description(), kProductName);
+    } catch (const std::exception& e) {
+        // A file-system failure of the report's rewrite is this trap's too:
+        // it never closes the window.
+        ctx.ui.message(grids::asRuntimeError(e).description(), kProductName);
         return;
     }
 
