@@ -1,14 +1,34 @@
 #include "app/QtUi.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStringList>
 
+#include "app/DialogFolder.h"
+
 namespace ql::app {
+
+namespace {
+
+struct EscapeKeeper : QObject {
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape)
+            return true;
+        if (event->type() == QEvent::Close) {
+            event->ignore();
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+}  // namespace
 
 void QtUi::attach(QWidget* window, QLabel* statusPanel, QProgressBar* progress) {
     window_ = window;
@@ -53,6 +73,11 @@ ui::Answer QtUi::messageBox(const ui::Message& message) {
     box.setStandardButtons(set);
     const auto def = static_cast<std::size_t>(message.defaultButton);
     box.setDefaultButton(buttons[def < buttons.size() ? def : 0].first);
+    // A Yes/No question has no "leave it" answer: Escape would otherwise
+    // answer No, which for some questions (the start-up's) cannot be taken
+    // back. The question waits for Yes or No instead.
+    EscapeKeeper keeper;
+    if (message.buttons == ui::Buttons::YesNo) box.installEventFilter(&keeper);
     // Closing the box with Escape or the title bar answers Cancel / No / OK,
     // whichever the box has, as a classic message box does.
     const auto clicked = static_cast<SB>(box.exec());
@@ -67,6 +92,9 @@ QStringList QtUi::nameFilters(const std::string& filter) {
     // becomes a bracket pair; "*.*" means every file.
     auto caseless = [](const QString& pattern) {
         if (pattern == QLatin1String("*.*")) return QStringLiteral("*");
+        // Linux programs have no ".exe"; which files run is their permission's
+        // business (see runDialog).
+        if (pattern.compare(QLatin1String("*.exe"), Qt::CaseInsensitive) == 0) return QStringLiteral("*");
         QString out;
         for (const QChar c : pattern) {
             if (c.isLetter() && c.toLower() != c.toUpper())
@@ -92,20 +120,44 @@ QStringList QtUi::nameFilters(const std::string& filter) {
 ui::FileDialogResult QtUi::runDialog(const ui::FileDialog& request, bool save) {
     QFileDialog dialog(window_, QString::fromStdString(request.title));
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    // A typed name of a file that does not exist is taken too: the commands
+    // check for themselves and say so.
+    dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setOption(QFileDialog::HideNameFilterDetails, true);
     dialog.setOption(QFileDialog::DontConfirmOverwrite, true);  // the commands ask themselves
     const auto filters = nameFilters(request.filter);
     if (!filters.isEmpty()) dialog.setNameFilters(filters);
-    if (!request.defaultExtension.empty()) {
-        auto suffix = QString::fromStdString(request.defaultExtension);
-        if (suffix.startsWith(QLatin1Char('.'))) suffix.remove(0, 1);
-        dialog.setDefaultSuffix(suffix);
+    // A Windows program is picked by its ".exe" name; on Linux the filter of
+    // executables shows the files with the execute permission instead, and
+    // no ".EXE" is forced onto a typed name.
+    const auto executables = executableFilterIndex(request.filter);
+    auto showFilter = [&dialog, executables](const QString& chosen) {
+        // With the details hidden the dialog names a filter by its description.
+        const QString full = dialog.nameFilters().value(executables);
+        const bool onlyExecutables = chosen == full || full.startsWith(chosen + QStringLiteral(" ("));
+        dialog.setFilter(onlyExecutables ? QDir::AllDirs | QDir::Files | QDir::Executable | QDir::NoDotAndDotDot
+                                         : QDir::AllDirs | QDir::Files | QDir::NoDotAndDotDot);
+    };
+    if (executables >= 0) {
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, showFilter);
+        showFilter(dialog.selectedNameFilter());
     }
-    if (!request.initialFolder.empty()) dialog.setDirectory(QString::fromStdString(request.initialFolder));
-    if (!request.fileName.empty()) dialog.selectFile(QString::fromStdString(request.fileName));
+    auto suffix = QString::fromStdString(request.defaultExtension);
+    if (suffix.startsWith(QLatin1Char('.'))) suffix.remove(0, 1);
+    if (!suffix.isEmpty() && suffix.compare(QLatin1String("exe"), Qt::CaseInsensitive) != 0)
+        dialog.setDefaultSuffix(suffix);
+    const auto start = dialogStart(request.initialFolder, request.fileName);
+    if (!start.folder.empty()) dialog.setDirectory(QString::fromStdString(start.folder));
+    if (!start.fileName.empty()) dialog.selectFile(QString::fromStdString(start.fileName));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
     return {true, dialog.selectedFiles().front().toStdString()};
+}
+
+int QtUi::executableFilterIndex(const std::string& filter) {
+    const auto parts = QString::fromStdString(filter).split(QLatin1Char('|'));
+    for (int i = 0; i + 1 < parts.size(); i += 2)
+        if (parts[i + 1].trimmed().compare(QLatin1String("*.exe"), Qt::CaseInsensitive) == 0) return i / 2;
+    return -1;
 }
 
 ui::FileDialogResult QtUi::showOpen(const ui::FileDialog& dialog) { return runDialog(dialog, false); }

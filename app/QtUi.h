@@ -34,6 +34,9 @@ public:
     static QStringList nameFilters(const std::string& filter);
     // "\r\n" line breaks as Qt's labels want them.
     static QString displayText(const std::string& text);
+    // Which of the filter's pairs (counted from 0) picks Windows programs
+    // ("*.exe"); -1 when none does.
+    static int executableFilterIndex(const std::string& filter);
 
 private:
     ui::FileDialogResult runDialog(const ui::FileDialog& dialog, bool save);
