@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTimer>
 #include <QTreeWidget>
@@ -176,7 +177,34 @@ frmQuarrylantern::frmQuarrylantern(Services services, QWidget* parent)
     context_ = std::make_unique<grids::WindowContext>(grids::WindowContext{
         state_, *services_.ui, *controls_, *services_.program, *services_.settings, services_.programFolder});
 
+    setKeyboardOrder();
     resize(980, 580);
+}
+
+void frmQuarrylantern::setKeyboardOrder() {
+    // Tab follows the work steps, then the results, Close and the tab bar.
+    // "Include Statistics in Results" hands the focus to "Output To..."
+    // itself, so "Output To..." follows it here too.
+    SSTab_->tabBar()->setFocusPolicy(Qt::StrongFocus);
+    QList<QWidget*> order{cmdFind_, txtMDB_};
+    for (auto* opt : optFormat_) order << opt;
+    order << chkIncludeStats_ << cmdOut_ << txtOut_ << chkQryControl_ << cmdAnalyse_ << cmdView_;
+    for (int tab = 0; tab < grids::kTabCount; ++tab) {
+        if (tab == kTabDatabase) continue;
+        if (tab == kTabStatistics) {
+            order << lstItem_;
+            for (auto* grid : lvwGrid_) order << grid;
+            continue;
+        }
+        order << lstData_[static_cast<std::size_t>(tab)];
+        for (int index = 0; index < kSelectButtonCount; ++index) {
+            const auto action = grids::selectButtonAction(index);
+            if (action && action->list == tab) order << cmdSelect_[static_cast<std::size_t>(index)];
+        }
+        order << cmdTrans_[static_cast<std::size_t>(tab)];
+    }
+    order << cmdClose_ << SSTab_->tabBar();
+    for (int i = 0; i + 1 < order.size(); ++i) QWidget::setTabOrder(order[i], order[i + 1]);
 }
 
 frmQuarrylantern::~frmQuarrylantern() = default;
@@ -320,6 +348,9 @@ void frmQuarrylantern::buildDatabaseTab(QWidget* page) {
     cmdOut_ = new QPushButton(QStringLiteral("Output To..."), page);
     cmdOut_->setObjectName(QStringLiteral("cmdOut"));
     cmdOut_->setToolTip(QStringLiteral("Select Output File"));
+    // A report names its database: until one is open there is nothing to
+    // choose an output for, and nothing the analysis could read.
+    cmdOut_->setEnabled(false);
     txtOut_ = new QLineEdit(page);
     txtOut_->setObjectName(QStringLiteral("txtOut"));
     txtOut_->setReadOnly(true);
@@ -380,6 +411,7 @@ void frmQuarrylantern::buildStatisticsTab(QWidget* page) {
             lvwGrid_DblClick(g, grid->indexOfTopLevelItem(item));
         });
         lvwGrid_[static_cast<std::size_t>(g)] = grid;
+        grid->installEventFilter(this);
         stack->addWidget(grid, 0, 0);
     }
     layout->addLayout(stack, 1);
@@ -516,6 +548,14 @@ void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&
     // under the normal one.
     services_.ui->setMousePointer(ui::MousePointer::Default);
     services_.ui->message(grids::runtimeErrorText(*unhandled), kAppTitle, ui::Buttons::OK, ui::Icon::Critical);
+    // The close command's report steps do not run after such an error: the
+    // report keeps what it has, without statistics, but an XML report still
+    // gets its closing line, so that it stays well-formed.
+    try {
+        report::closeOutput(*context_);
+    } catch (const std::exception&) {
+        // Nothing more can be told: the error has been reported.
+    }
     // The runtime would end the program here; we close through the unload,
     // so the automation object is quit and the event loop left normally.
     close();
@@ -785,6 +825,18 @@ bool frmQuarrylantern::eventFilter(QObject* watched, QEvent* event) {
         }
         if (key == Qt::Key_Tab) {
             chkIncludeStats_KeyPress(9);
+            // While "Output To..." is off the focus cannot go there; Tab then
+            // moves on as everywhere else instead of being lost.
+            return focusWidget() != chkIncludeStats_;
+        }
+    }
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        for (int g = 0; g < grids::kGridCount; ++g) {
+            auto* grid = lvwGrid_[static_cast<std::size_t>(g)];
+            if (watched != grid || (key != Qt::Key_Return && key != Qt::Key_Enter)) continue;
+            // Enter on a row does what a double click on it does.
+            if (auto* item = grid->currentItem()) lvwGrid_DblClick(g, grid->indexOfTopLevelItem(item));
             return true;
         }
     }

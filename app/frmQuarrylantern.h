@@ -175,6 +175,7 @@ protected:
 
 private:
     void buildMenus();
+    void setKeyboardOrder();
     void buildDatabaseTab(QWidget* page);
     void buildStatisticsTab(QWidget* page);
     void buildListTab(int tab, QWidget* page);
