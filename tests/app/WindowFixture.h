@@ -68,20 +68,6 @@ public:
         calls.push_back("cmdClose_Click");
         frmQuarrylantern::cmdClose_Click();
     }
-    void cmdTrans_Click(int index) override {
-        calls.push_back("cmdTrans_Click " + std::to_string(index));
-        frmQuarrylantern::cmdTrans_Click(index);
-    }
-    void TransTables() override { calls.push_back("TransTables"); }
-    void TransViews() override { calls.push_back("TransViews"); }
-    void TransIndexes() override { calls.push_back("TransIndexes"); }
-    void TransRelations() override { calls.push_back("TransRelations"); }
-    void TransForms() override { calls.push_back("TransForms"); }
-    void TransReports() override { calls.push_back("TransReports"); }
-    void TransMacros() override { calls.push_back("TransMacros"); }
-    void TransModules() override { calls.push_back("TransModules"); }
-    void TransDataPages() override { calls.push_back("TransDataPages"); }
-
 private:
     void record(const char* name, const std::function<void()>& base) {
         calls.push_back(name);
