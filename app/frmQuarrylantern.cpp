@@ -561,7 +561,14 @@ void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&
     close();
 }
 
-void frmQuarrylantern::cmdFind_Click() { runCommand([](grids::WindowContext& ctx) { open::cmdFind_Click(ctx); }); }
+void frmQuarrylantern::cmdFind_Click() {
+    const jet::Database* before = state_.CurrentDb ? &state_.CurrentDb->jet() : nullptr;
+    runCommand([](grids::WindowContext& ctx) { open::cmdFind_Click(ctx); });
+    // A query's SQL shown from the previous database is not the new one's.
+    const jet::Database* now = state_.CurrentDb ? &state_.CurrentDb->jet() : nullptr;
+    if (now != before)
+        for (auto* sql : findChildren<frmQuerySql*>()) sql->close();
+}
 
 // The run repaints the window where it sets a status text and lets events
 // run only near its end; the controls that would start it again are

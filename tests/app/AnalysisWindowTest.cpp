@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QTreeWidget>
@@ -149,8 +150,13 @@ TEST_F(AnalysisWindowTest, ASecondDatabaseRefillsEveryGridFromScratch) {
     clickKind("Relationships");
     EXPECT_EQ(shownGrids(), std::vector<int>{grids::kGridRelations});
 
+    w.lvwGrid_DblClick(grids::kGridQueries, 1);
+    QPointer<app::frmQuerySql> sql = w.querySqlWindow();
+    ASSERT_FALSE(sql.isNull());
+
     chooseDatabase("j3_afr.mdb", "j3_mssecure.mdw");
     ASSERT_EQ(w.state().ActualDbPath, (data / "j3_afr.mdb").string());
+    EXPECT_TRUE(sql.isNull() || !sql->isVisible());
     EXPECT_EQ(w.SSTab()->currentIndex(), grids::kTabDatabase);
     // Nothing of the first database passes for the new one's before its run.
     for (int tab = 0; tab < grids::kTabCount; ++tab)
