@@ -6,10 +6,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "platform/dao/Dao.h"
 #include "platform/jet/Database.h"
@@ -81,48 +78,6 @@ TEST(OpenCache, EachOpenDatabaseKeepsItsOwnChecksAndItsOwnObject) {
     right.Close();
     EXPECT_EQ(errorOf([&] { (void)right.TableDefs(); }), dao::errors::ObjectClosed);
     EXPECT_EQ(second.TableDefs().Count(), tables);
-}
-
-// Databases of several files opened and read from several threads at once,
-// several handles on each file, must read what one thread alone reads. The
-// encrypted files share their decrypted pages between the handles.
-TEST(OpenCache, ThreadsOpeningAndReadingTheSameFilesReadWhatOneThreadReads) {
-    // A Jet 3 file read as Chinese text goes through one shared converter.
-    const std::vector<std::pair<std::string, std::uint16_t>> files = {
-        {"j4_northwind2000.mdb", 0}, {"j3_enc_jackcess.mdb", 0}, {"j4_kontener_enc.mdb", 0},
-        {"j3_arabic.mdb", 0},        {"j3_nwind_krystek.mdb", 936}};
-    auto readAll = [&](int rounds) {
-        std::map<std::string, std::string> seen;
-        for (int round = 0; round < rounds; ++round)
-            for (const auto& [file, codePage] : files) {
-                const Database db = Database::open(test::corpusFile(file), OpenOptions{codePage});
-                std::string facts = catalogueNames(db);
-                for (const CatalogEntry& e : db.catalogue()) {
-                    if (e.type != kObjectLocalTable) continue;
-                    try {
-                        const TableDef def = db.tableDef(e.tdefPage(), e.name);
-                        facts += e.name + " " + std::to_string(db.liveRecordCount(def));
-                        TableCursor cursor = db.cursor(def);
-                        while (cursor.next())
-                            for (const Value& v : cursor.values())
-                                if (const auto* text = v.get<std::string>()) facts += *text;
-                    } catch (const Error& error) {
-                        facts += error.what();
-                    }
-                }
-                seen[file] = facts;
-            }
-        return seen;
-    };
-    const std::map<std::string, std::string> alone = readAll(1);
-    // Held open, so that every thread's opens share these.
-    std::vector<Database> held;
-    for (const auto& [file, codePage] : files) held.push_back(Database::open(test::corpusFile(file), OpenOptions{codePage}));
-    std::vector<std::map<std::string, std::string>> results(4);
-    std::vector<std::thread> threads;
-    for (auto& result : results) threads.emplace_back([&] { result = readAll(3); });
-    for (auto& thread : threads) thread.join();
-    for (const auto& result : results) EXPECT_TRUE(result == alone);
 }
 
 }  // namespace
