@@ -22,7 +22,6 @@ Outcome runAnalysis(const std::string& database, const std::string& workgroup) {
         analysis::cmdAnalyse_Click(window.ctx);
     } catch (const grids::UnhandledError& e) {
         // The program reports it and closes: a finished run, not a crash.
-        outcome.unhandled = true;
         outcome.message = std::to_string(e.error().number()) + " " + e.error().description();
     }
     if (window.state.AccessApplication) {
@@ -33,8 +32,6 @@ Outcome runAnalysis(const std::string& database, const std::string& workgroup) {
     }
     outcome.errors = window.state.ErrorCount;
     outcome.logLines = static_cast<int>(window.errorLogLines().size());
-    outcome.ending =
-        outcome.unhandled || outcome.errors != 0 || outcome.logLines != 0 ? Ending::Partial : Ending::Complete;
     return outcome;
 }
 

@@ -113,7 +113,6 @@ Outcome walkDatabase(const std::string& database, const std::string& workgroup) 
     Walker walker(outcome);
     walker.walk(*db);
     walker.modules(*db, database);
-    outcome.ending = outcome.errors ? Ending::Partial : Ending::Complete;
     return outcome;
 }
 
@@ -122,18 +121,15 @@ std::string encode(const Outcome& outcome) {
     for (char& c : message)
         if (c == '\n' || c == '\r') c = ' ';
     return std::to_string(static_cast<int>(outcome.ending)) + " " + std::to_string(outcome.openError) + " " +
-           std::to_string(outcome.errors) + " " + std::to_string(outcome.logLines) + " " +
-           std::to_string(outcome.unhandled ? 1 : 0) + " " + message + "\n";
+           std::to_string(outcome.errors) + " " + std::to_string(outcome.logLines) + " " + message + "\n";
 }
 
 bool decode(const std::string& line, Outcome& outcome) {
     std::istringstream in(line);
-    int ending = -1, unhandled = 0;
-    if (!(in >> ending >> outcome.openError >> outcome.errors >> outcome.logLines >> unhandled) || ending < 0 ||
-        ending > 2)
+    int ending = -1;
+    if (!(in >> ending >> outcome.openError >> outcome.errors >> outcome.logLines) || ending < 0 || ending > 1)
         return false;
     outcome.ending = static_cast<Ending>(ending);
-    outcome.unhandled = unhandled != 0;
     std::getline(in, outcome.message);
     if (!outcome.message.empty() && outcome.message.front() == ' ') outcome.message.erase(0, 1);
     return true;

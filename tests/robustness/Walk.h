@@ -6,14 +6,13 @@
 
 namespace ql::robustness {
 
-enum class Ending { OpenError, Partial, Complete };
+enum class Ending { OpenError, Read };
 
 struct Outcome {
-    Ending ending = Ending::Complete;
+    Ending ending = Ending::Read;
     int openError = 0;       // the DAO error number when the open failed
     int errors = 0;          // errors met after the open (the run's own counter)
     int logLines = 0;        // lines of the run's error log
-    bool unhandled = false;  // the run ended with an error no handler took
     std::string message;     // the open error, the first error or the unhandled one
 };
 
