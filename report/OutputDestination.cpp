@@ -7,8 +7,8 @@
 
 #include "env/Probes.h"
 #include "env/RegistryValue.h"
-#include "platform/dao/VbText.h"
 #include "grids/ErrorLog.h"
+#include "platform/dao/VbText.h"
 #include "platform/files/OutputFiles.h"
 #include "report/ReportHeader.h"
 #include "report/StatisticsReport.h"
