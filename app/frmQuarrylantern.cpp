@@ -53,7 +53,7 @@ using grids::kTabStatistics;
 
 namespace {
 
-const char* const kStepCaptions[kStepCount] = {
+const char* const kStepCaptions[grids::kStepCount] = {
     "Select SYSTEM Database", "Select ACTUAL Database", "Choose Format", "Define Output File",
     "Analyse Database",       "Translate Sections",     "Show Results",
 };
@@ -304,7 +304,7 @@ void frmQuarrylantern::buildDatabaseTab(QWidget* page) {
     steps->setObjectName(QStringLiteral("fraSteps"));
     steps->setFrameShape(QFrame::StyledPanel);
     auto* stepsLayout = new QVBoxLayout(steps);
-    for (int i = 0; i < kStepCount; ++i) {
+    for (int i = 0; i < grids::kStepCount; ++i) {
         auto* box = new QCheckBox(QString::fromLatin1(kStepCaptions[i]), steps);
         box->setObjectName(QStringLiteral("chkDone%1").arg(i));
         box->setTristate(true);  // the run greys out the translation step

@@ -59,7 +59,6 @@ struct Services {
     std::chrono::milliseconds eventPumpInterval{50};
 };
 
-inline constexpr int kStepCount = 7;
 inline constexpr int kSelectButtonCount = 20;
 inline constexpr int kFormatCount = 4;
 
@@ -201,7 +200,7 @@ private:
     QPushButton* cmdClose_ = nullptr;
     QCheckBox* chkIncludeStats_ = nullptr;
     QCheckBox* chkQryControl_ = nullptr;
-    std::array<QCheckBox*, kStepCount> chkDone_{};
+    std::array<QCheckBox*, grids::kStepCount> chkDone_{};
     QGroupBox* fraOptions_ = nullptr;
     QGroupBox* fraOutput_ = nullptr;
     QButtonGroup* optFormatGroup_ = nullptr;

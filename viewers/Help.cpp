@@ -27,7 +27,7 @@ bool FirstRunHelp(const profile::SettingsFile& settings, HelpViewer& viewer, ui:
 }
 
 void ShowContextHelp(HelpViewer& viewer, const std::string& helpFile) {
-    if (!viewer.present()) throw ui::RuntimeError(ui::kErrFileNotFound, "File not found");
+    if (!viewer.present()) throw ui::RuntimeError(runtime_errors::FileNotFound, "File not found");
     viewer.show(helpFile, kContextHelpId, ui::WindowStyle::NormalFocus);
 }
 

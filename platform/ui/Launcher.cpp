@@ -93,19 +93,19 @@ Launcher::Launcher(Finder finder, Spawner spawner)
 
 void Launcher::start(const std::string& commandLine, WindowStyle /*style*/) const {
     auto args = splitCommandLine(commandLine);
-    if (args.empty()) throw RuntimeError(kErrFileNotFound, "File not found");
+    if (args.empty()) throw RuntimeError(runtime_errors::FileNotFound, "File not found");
     const std::string program = args.front();
     args.erase(args.begin());
 
     if (const auto found = finder_(program); !found.empty()) {
         if (spawner_(found, args)) return;
-        throw RuntimeError(kErrFileNotFound, "File not found");
+        throw RuntimeError(runtime_errors::FileNotFound, "File not found");
     }
     if (!args.empty()) {
         const auto opener = finder_(kDesktopOpener);
         if (!opener.empty() && spawner_(opener, {args.back()})) return;
     }
-    throw RuntimeError(kErrFileNotFound, "File not found");
+    throw RuntimeError(runtime_errors::FileNotFound, "File not found");
 }
 
 }  // namespace ql::ui

@@ -33,7 +33,7 @@ public:
     // that program is not there (Notepad.exe, Excel.exe in an Office folder
     // that does not exist on Linux) and the command names a document after
     // it, the document is opened with the desktop's default application
-    // (xdg-open) instead. Throws RuntimeError(kErrFileNotFound) when nothing
+    // (xdg-open) instead. Throws RuntimeError(runtime_errors::FileNotFound) when nothing
     // could be started.
     void start(const std::string& commandLine, WindowStyle style) const;
 

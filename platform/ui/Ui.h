@@ -59,9 +59,6 @@ struct FileDialogResult {
 // a description text. One type for every layer, so a trap catches them all.
 using RuntimeError = ql::RuntimeError;
 
-// Raised when a program cannot be started: the runtime's "File not found".
-inline constexpr int kErrFileNotFound = 53;
-
 class Ui {
 public:
     virtual ~Ui() = default;
@@ -78,7 +75,7 @@ public:
     virtual void setMousePointer(MousePointer pointer) = 0;
 
     // Starts `commandLine` detached, without waiting. Throws RuntimeError
-    // (kErrFileNotFound) when nothing could be started.
+    // (runtime_errors::FileNotFound) when nothing could be started.
     virtual void startProcess(const std::string& commandLine, WindowStyle style) = 0;
 
     // Lets pending window events run (repaints, clicks, timers).

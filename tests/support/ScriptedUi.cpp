@@ -50,7 +50,7 @@ ql::ui::FileDialogResult ScriptedUi::showSave(const ql::ui::FileDialog& dialog) 
 
 void ScriptedUi::startProcess(const std::string& commandLine, ql::ui::WindowStyle style) {
     started.push_back({commandLine, style});
-    if (failStarts) throw ql::ui::RuntimeError(ql::ui::kErrFileNotFound, "File not found");
+    if (failStarts) throw ql::RuntimeError(ql::runtime_errors::FileNotFound, "File not found");
 }
 
 }  // namespace ql::test
