@@ -65,8 +65,18 @@ const char* const kTabCaptions[grids::kTabCount] = {
 
 const char* const kFormatCaptions[kFormatCount] = {"Text", "XML", "Char Separated Value", "Excel"};
 
-const char* const kKinds[] = {"Database", "Tables",  "Fields",  "Queries",      "Indexes",
-                              "Macros",   "Modules", "Relationships", "Miscellaneous"};
+// The results list's kinds in their order, each with the grid it shows.
+struct Kind {
+    const char* name;
+    int grid;
+};
+constexpr Kind kKinds[] = {
+    {"Database", grids::kGridDatabase}, {"Tables", grids::kGridTables},
+    {"Fields", grids::kGridFields},     {"Queries", grids::kGridQueries},
+    {"Indexes", grids::kGridIndexes},   {"Macros", grids::kGridMacros},
+    {"Modules", grids::kGridModules},   {"Relationships", grids::kGridRelations},
+    {"Miscellaneous", grids::kGridMiscellaneous},
+};
 
 constexpr const char* kAppTitle = viewers::kProductName;
 
@@ -464,7 +474,7 @@ void frmQuarrylantern::Form_Load() {
     state_.OutputPath.clear();
 
     lstItem_->clear();
-    for (const char* kind : kKinds) lstItem_->addItem(QString::fromLatin1(kind));
+    for (const Kind& kind : kKinds) lstItem_->addItem(QString::fromLatin1(kind.name));
 
     for (int i = 0; i < grids::kTabCount; ++i)
         if (cmdTrans_[static_cast<std::size_t>(i)] && (i <= 8 || i == grids::kTabDataPages))
@@ -596,14 +606,7 @@ void frmQuarrylantern::lstItem_Click() {
     // The list's text: that of its selected entry, empty when none is.
     const auto selected = lstItem_->selectedItems();
     const QString kind = selected.isEmpty() ? QString() : selected.front()->text();
-    static const std::pair<const char*, int> kGridOfKind[] = {
-        {"Database", grids::kGridDatabase}, {"Tables", grids::kGridTables},
-        {"Fields", grids::kGridFields},     {"Queries", grids::kGridQueries},
-        {"Indexes", grids::kGridIndexes},   {"Macros", grids::kGridMacros},
-        {"Modules", grids::kGridModules},   {"Relationships", grids::kGridRelations},
-        {"Miscellaneous", grids::kGridMiscellaneous},
-    };
-    for (const auto& [name, grid] : kGridOfKind) {
+    for (const auto& [name, grid] : kKinds) {
         if (kind == QLatin1String(name)) {
             MakeGridVisible(grid);
             return;
