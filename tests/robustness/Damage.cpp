@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "platform/jet/Rc4.h"
+#include "tests/support/LittleEndian.h"
 
 namespace ql::robustness {
 
@@ -14,17 +15,9 @@ constexpr std::size_t kMaskLength = 126;  // enough for the key in both versions
 constexpr std::size_t kKeyOffset = 0x3E;
 constexpr std::uint8_t kHeaderMask[4] = {0xC7, 0xDA, 0x39, 0x6B};
 
-std::uint32_t get32(const std::string& b, std::size_t off) {
-    return static_cast<std::uint8_t>(b[off]) | (static_cast<std::uint8_t>(b[off + 1]) << 8) |
-           (static_cast<std::uint8_t>(b[off + 2]) << 16) |
-           (static_cast<std::uint32_t>(static_cast<std::uint8_t>(b[off + 3])) << 24);
-}
-std::uint16_t get16(const std::string& b, std::size_t off) {
-    return static_cast<std::uint16_t>(static_cast<std::uint8_t>(b[off]) | (static_cast<std::uint8_t>(b[off + 1]) << 8));
-}
-void put32(std::string& b, std::size_t off, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b[off + i] = static_cast<char>((v >> (8 * i)) & 0xFF);
-}
+using test::get16;
+using test::get32;
+using test::put32;
 
 void rc4(std::string& data, std::uint32_t pageKey) {
     const std::uint8_t key[4] = {static_cast<std::uint8_t>(pageKey), static_cast<std::uint8_t>(pageKey >> 8),

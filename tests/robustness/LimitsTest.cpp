@@ -14,6 +14,7 @@
 #include "platform/vba/JetSystemTables.h"
 #include "tests/platform/vba/TestImages.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/LittleEndian.h"
 #include "tests/support/TempFolder.h"
 
 using namespace ql;
@@ -25,9 +26,7 @@ std::vector<std::uint8_t> load(const std::string& name) {
     return {bytes.begin(), bytes.end()};
 }
 
-void put32(std::vector<std::uint8_t>& b, std::size_t off, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b[off + i] = static_cast<std::uint8_t>(v >> (8 * i));
-}
+using test::put32;
 
 TEST(Caps, LongValueIsReadUpToItsCapAndRefusedBeyond) {
     const jet::Database db = jet::Database::openBuffer(load("j4_northwind2000.mdb"));

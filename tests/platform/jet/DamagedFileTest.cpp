@@ -7,6 +7,7 @@
 
 #include "platform/jet/Database.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/LittleEndian.h"
 
 using namespace ql::jet;
 
@@ -17,17 +18,10 @@ std::vector<std::uint8_t> load(const std::string& name) {
     return {bytes.begin(), bytes.end()};
 }
 
-void put16(std::vector<std::uint8_t>& b, std::size_t off, std::uint16_t v) {
-    b[off] = v & 0xFF;
-    b[off + 1] = v >> 8;
-}
-void put32(std::vector<std::uint8_t>& b, std::size_t off, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b[off + i] = (v >> (8 * i)) & 0xFF;
-}
-std::uint16_t get16(const std::vector<std::uint8_t>& b, std::size_t off) { return b[off] | (b[off + 1] << 8); }
-std::uint32_t get32(const std::vector<std::uint8_t>& b, std::size_t off) {
-    return b[off] | (b[off + 1] << 8) | (b[off + 2] << 16) | (std::uint32_t(b[off + 3]) << 24);
-}
+using ql::test::get16;
+using ql::test::get32;
+using ql::test::put16;
+using ql::test::put32;
 
 ErrorKind openKind(std::vector<std::uint8_t> bytes) {
     try {
