@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QDialog>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QKeyEvent>
 #include <QLabel>
@@ -128,8 +129,15 @@ TEST(QtUi, FileDialogsTakeATypedMissingNameAndNeverStartInAPseudoFileSystem) {
             auto* dialog = qobject_cast<QFileDialog*>(modal);
             ASSERT_NE(dialog, nullptr);
             startedIn = dialog->directory().absolutePath();
-            dialog->selectFile(QString::fromStdString(missing));
-            static_cast<QDialog*>(dialog)->accept();  // as the Open button does
+            // Typed into the name box, as a user does, once the dialog has
+            // settled (until its folder is listed it may put its preset back).
+            QElapsedTimer settling;
+            settling.start();
+            while (settling.elapsed() < 100) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+            ASSERT_NE(name, nullptr);
+            name->setText(QString::fromStdString(missing));
+            QMetaObject::invokeMethod(dialog, "accept");  // as the Open button does
         });
         ui::FileDialog request;
         request.fileName = preset;
