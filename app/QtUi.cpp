@@ -54,20 +54,21 @@ ui::Answer QtUi::messageBox(const ui::Message& message) {
     case ui::Icon::Exclamation: box.setIcon(QMessageBox::Warning); break;
     case ui::Icon::Information: box.setIcon(QMessageBox::Information); break;
     }
-    std::vector<std::pair<QMessageBox::StandardButton, ui::Answer>> buttons;
     using SB = QMessageBox::StandardButton;
-    switch (message.buttons) {
-    case ui::Buttons::OK: buttons = {{SB::Ok, ui::Answer::OK}}; break;
-    case ui::Buttons::OKCancel: buttons = {{SB::Ok, ui::Answer::OK}, {SB::Cancel, ui::Answer::Cancel}}; break;
-    case ui::Buttons::AbortRetryIgnore:
-        buttons = {{SB::Abort, ui::Answer::Abort}, {SB::Retry, ui::Answer::Retry}, {SB::Ignore, ui::Answer::Ignore}};
-        break;
-    case ui::Buttons::YesNoCancel:
-        buttons = {{SB::Yes, ui::Answer::Yes}, {SB::No, ui::Answer::No}, {SB::Cancel, ui::Answer::Cancel}};
-        break;
-    case ui::Buttons::YesNo: buttons = {{SB::Yes, ui::Answer::Yes}, {SB::No, ui::Answer::No}}; break;
-    case ui::Buttons::RetryCancel: buttons = {{SB::Retry, ui::Answer::Retry}, {SB::Cancel, ui::Answer::Cancel}}; break;
-    }
+    auto standardButton = [](ui::Answer answer) {
+        switch (answer) {
+        case ui::Answer::OK: return SB::Ok;
+        case ui::Answer::Cancel: return SB::Cancel;
+        case ui::Answer::Abort: return SB::Abort;
+        case ui::Answer::Retry: return SB::Retry;
+        case ui::Answer::Ignore: return SB::Ignore;
+        case ui::Answer::Yes: return SB::Yes;
+        case ui::Answer::No: return SB::No;
+        }
+        return SB::Ok;
+    };
+    std::vector<std::pair<QMessageBox::StandardButton, ui::Answer>> buttons;
+    for (const ui::Answer answer : ui::answersOf(message.buttons)) buttons.emplace_back(standardButton(answer), answer);
     QMessageBox::StandardButtons set;
     for (const auto& b : buttons) set |= b.first;
     box.setStandardButtons(set);

@@ -19,9 +19,6 @@ public:
     using std::logic_error::logic_error;
 };
 
-// The answer of the button a message box has as its default.
-ui::Answer defaultAnswer(const ui::Message& message);
-
 class HeadlessUi : public ui::Ui {
 public:
     struct Started {

@@ -7,6 +7,7 @@
 // every layer below the window can use it.
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/RuntimeError.h"
 
@@ -25,6 +26,13 @@ struct Message {
     Icon icon = Icon::None;
     DefaultButton defaultButton = DefaultButton::First;
 };
+
+// The answers of a button set, left to right: the order DefaultButton counts.
+std::vector<Answer> answersOf(Buttons buttons);
+
+// What a box answers when Enter is pressed: its default button, or the first
+// when the default lies past the last button, as the message box itself does.
+Answer defaultAnswer(const Message& message);
 
 // The window look asked of a started program. Other programs on Linux
 // choose their own window state, so this is a wish, not a promise.

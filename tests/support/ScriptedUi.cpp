@@ -5,28 +5,9 @@ namespace ql::test {
 using ql::ui::Answer;
 using ql::ui::Buttons;
 
-namespace {
-
-// The answer a box gives when the user just presses Enter.
-Answer defaultAnswer(const ql::ui::Message& m) {
-    static const std::vector<std::vector<Answer>> kButtons = {
-        {Answer::OK},
-        {Answer::OK, Answer::Cancel},
-        {Answer::Abort, Answer::Retry, Answer::Ignore},
-        {Answer::Yes, Answer::No, Answer::Cancel},
-        {Answer::Yes, Answer::No},
-        {Answer::Retry, Answer::Cancel},
-    };
-    const auto& set = kButtons[static_cast<std::size_t>(m.buttons)];
-    const auto i = static_cast<std::size_t>(m.defaultButton);
-    return i < set.size() ? set[i] : set.front();
-}
-
-}  // namespace
-
 Answer ScriptedUi::messageBox(const ql::ui::Message& message) {
     messages.push_back(message);
-    if (answers.empty()) return defaultAnswer(message);
+    if (answers.empty()) return ql::ui::defaultAnswer(message);
     const auto a = answers.front();
     answers.pop_front();
     return a;
