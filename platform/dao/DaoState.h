@@ -48,8 +48,9 @@ struct DatabaseState {
     std::optional<Collection<Property>> properties;
     std::optional<std::map<std::int32_t, std::vector<QueryRow>>> queryRows;
     std::map<std::string, int> fieldCounts;  // by lower-case query name
-    // ACM grants by object Id, for the identity's SIDs only.
-    std::optional<std::map<std::int32_t, std::int32_t>> rights;
+    // ACM grants by object Id, for the identity's SIDs only. A cache filled
+    // on first use by the const permission checks, hence mutable.
+    mutable std::optional<std::map<std::int32_t, std::int32_t>> rights;
 
     explicit DatabaseState(jet::Database db) : jet(std::move(db)) {}
     // Table and query definitions hold the state they came from; the state

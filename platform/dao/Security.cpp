@@ -90,7 +90,7 @@ void DatabaseState::loadRights() const {
         } catch (const jet::Error&) {
             granted[-1] = -1;  // unreadable permissions withhold nothing rather than everything
         }
-        const_cast<DatabaseState*>(this)->rights = std::move(granted);
+        rights = std::move(granted);
     }
 }
 
