@@ -107,82 +107,80 @@ std::int64_t TableDef::RecordCount() const {
     });
 }
 
+namespace {
+
+// Each collection is built on first use and kept in the database's state.
+template <class T, class Build>
+const Collection<T>& cached(DatabaseState& state, std::optional<Collection<T>>& slot, Build build) {
+    return shielded(state, [&]() -> const Collection<T>& {
+        state.checkOpen();
+        if (!slot) slot = Collection<T>(build());
+        return *slot;
+    });
+}
+
+}  // namespace
+
 const Collection<TableDef>& Database::TableDefs() const {
-    return shielded(*state_, [&]() -> decltype(auto) {
-        state_->checkOpen();
-        if (!state_->tableDefs) {
-            std::vector<TableDef> out;
-            for (const auto* entry : state_->children(state_->containerId("Tables")))
-                if (entry->type == jet::kObjectLocalTable || entry->type == kTypeOdbcLink || entry->type == kTypeJetLink)
-                    out.emplace_back(state_, entry->name, entry->type, entry->flags);
-            state_->tableDefs = Collection<TableDef>(std::move(out));
-        }
-        return *state_->tableDefs;
+    return cached(*state_, state_->tableDefs, [&] {
+        std::vector<TableDef> out;
+        for (const auto* entry : state_->children(state_->containerId("Tables")))
+            if (entry->type == jet::kObjectLocalTable || entry->type == kTypeOdbcLink || entry->type == kTypeJetLink)
+                out.emplace_back(state_, entry->name, entry->type, entry->flags);
+        return out;
     });
 }
 
 const Collection<QueryDef>& Database::QueryDefs() const {
-    return shielded(*state_, [&]() -> decltype(auto) {
-        state_->checkOpen();
-        if (!state_->queryDefs) {
-            std::vector<QueryDef> out;
-            for (const auto* entry : state_->children(state_->containerId("Tables")))
-                if (entry->type == kTypeQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
-            state_->queryDefs = Collection<QueryDef>(std::move(out));
-        }
-        return *state_->queryDefs;
+    return cached(*state_, state_->queryDefs, [&] {
+        std::vector<QueryDef> out;
+        for (const auto* entry : state_->children(state_->containerId("Tables")))
+            if (entry->type == kTypeQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
+        return out;
     });
 }
 
 const Collection<Container>& Database::Containers() const {
-    return shielded(*state_, [&]() -> decltype(auto) {
-        state_->checkOpen();
-        if (!state_->containers) {
-            std::vector<Container> out;
-            for (const auto* entry : state_->children(kContainersParent)) {
-                if (entry->type != kTypeContainer) continue;
-                std::vector<Document> documents;
-                for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
-                out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
-            }
-            state_->containers = Collection<Container>(std::move(out));
+    return cached(*state_, state_->containers, [&] {
+        std::vector<Container> out;
+        for (const auto* entry : state_->children(kContainersParent)) {
+            if (entry->type != kTypeContainer) continue;
+            std::vector<Document> documents;
+            for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
+            out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
         }
-        return *state_->containers;
+        return out;
     });
 }
 
 const Collection<Property>& Database::Properties() const {
-    return shielded(*state_, [&]() -> decltype(auto) {
-        state_->checkOpen();
-        if (!state_->properties) {
-            const bool jet3 = state_->jet3;
-            std::vector<Property> out;
-            out.emplace_back("Name", state_->name);
-            out.emplace_back("Connect", std::string{});
-            out.emplace_back("Transactions", true);
-            out.emplace_back("Updatable", false);
-            out.emplace_back("CollatingOrder", static_cast<std::int32_t>(state_->jet.header().sortOrder));
-            out.emplace_back("QueryTimeout", static_cast<std::int16_t>(60));
-            out.emplace_back("Version", std::string(jet3 ? "3.0" : "4.0"));
-            out.emplace_back("RecordsAffected", static_cast<std::int32_t>(0));
-            out.emplace_back("ReplicaID", std::string{});
-            out.emplace_back("DesignMasterID", std::string{});
-            out.emplace_back("Connection", Variant{}, true);
-            const std::int32_t databases = state_->containerId("Databases");
-            for (const auto& entry : state_->jet.catalogue()) {
-                if (entry.parentId != databases || !jet::sameName(entry.name, "MSysDb")) continue;
-                try {
-                    const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
-                    if (const auto* block = blob.objectBlock())
-                        for (const auto& property : block->properties) out.emplace_back(property.name, toVariant(property.value));
-                } catch (const jet::Error&) {
-                    // Damaged stored properties leave the engine's own.
-                }
-                break;
+    return cached(*state_, state_->properties, [&] {
+        const bool jet3 = state_->jet3;
+        std::vector<Property> out;
+        out.emplace_back("Name", state_->name);
+        out.emplace_back("Connect", std::string{});
+        out.emplace_back("Transactions", true);
+        out.emplace_back("Updatable", false);
+        out.emplace_back("CollatingOrder", static_cast<std::int32_t>(state_->jet.header().sortOrder));
+        out.emplace_back("QueryTimeout", static_cast<std::int16_t>(60));
+        out.emplace_back("Version", std::string(jet3 ? "3.0" : "4.0"));
+        out.emplace_back("RecordsAffected", static_cast<std::int32_t>(0));
+        out.emplace_back("ReplicaID", std::string{});
+        out.emplace_back("DesignMasterID", std::string{});
+        out.emplace_back("Connection", Variant{}, true);
+        const std::int32_t databases = state_->containerId("Databases");
+        for (const auto& entry : state_->jet.catalogue()) {
+            if (entry.parentId != databases || !jet::sameName(entry.name, "MSysDb")) continue;
+            try {
+                const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
+                if (const auto* block = blob.objectBlock())
+                    for (const auto& property : block->properties) out.emplace_back(property.name, toVariant(property.value));
+            } catch (const jet::Error&) {
+                // Damaged stored properties leave the engine's own.
             }
-            state_->properties = Collection<Property>(std::move(out));
+            break;
         }
-        return *state_->properties;
+        return out;
     });
 }
 
