@@ -504,7 +504,7 @@ void frmQuarrylantern::Form_Load() {
 
     helpFile_ = viewers::HelpFilePath(services_.programFolder);
 
-    setStepCurrent(0, true);
+    setStepCurrent(grids::kStepSystemDb, true);
 
     runTrapped([&] {
         viewers::FirstRunHelp(*services_.settings, *services_.help, *services_.ui, program.WindowsFolder,

@@ -26,7 +26,17 @@ enum class Control {
     mnuStatistics,
 };
 
-inline constexpr int kStepCount = 7;
+// The work steps, by their index in `chkDone`.
+enum Step : int {
+    kStepSystemDb = 0,  // "Select SYSTEM Database"
+    kStepActualDb,      // "Select ACTUAL Database"
+    kStepFormat,        // "Choose Format"
+    kStepOutputFile,    // "Define Output File"
+    kStepAnalyse,       // "Analyse Database"
+    kStepTranslate,     // "Translate Sections"
+    kStepResults,       // "Show Results"
+    kStepCount
+};
 
 // Check box values and the two colours the program gives the step captions.
 inline constexpr int kUnchecked = 0;

@@ -102,7 +102,7 @@ bool chooseFiles(WindowContext& ctx) {
             }
             ctx.settings.WriteSetting(kSettingsSection, kSystemDbKey, state.SystemDbPath);
 
-            finishStep(ctx, 0, 1);
+            finishStep(ctx, grids::kStepSystemDb, grids::kStepActualDb);
             ctx.ui.setStatusText("Select Database to Analyse");
 
             state.ActualDbPath =
@@ -193,7 +193,7 @@ void cmdFind_Click(grids::WindowContext& ctx) {
             // A new database starts its own count of analysis errors.
             state.ErrorCount = 0;
 
-            finishStep(ctx, 1, 2);
+            finishStep(ctx, grids::kStepActualDb, grids::kStepFormat);
             ctx.controls.setTxtOut("");
             grids::resetOutputChoice(state);
             ctx.controls.chooseFormat(grids::kFormatText);

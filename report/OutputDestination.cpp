@@ -167,8 +167,8 @@ void cmdOut_Click(grids::WindowContext& ctx) {
         startReport(ctx, chosen);
 
         ctx.controls.setEnabled(Control::fraOutput, false);
-        ctx.controls.setStepValue(3, grids::kChecked);
-        ctx.controls.setStepBold(3, true);
+        ctx.controls.setStepValue(grids::kStepOutputFile, grids::kChecked);
+        ctx.controls.setStepBold(grids::kStepOutputFile, true);
         ctx.controls.setEnabled(Control::mnuAnalyse, true);
         ctx.controls.setEnabled(Control::cmdAnalyse, true);
         ctx.controls.setFocus(Control::cmdAnalyse);

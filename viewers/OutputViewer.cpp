@@ -91,8 +91,8 @@ void cmdView_Click(grids::WindowContext& ctx, const registry::Registry& registry
             return;
         }
     }
-    ctx.controls.setStepValue(6, grids::kChecked);
-    ctx.controls.setStepBold(6, true);
+    ctx.controls.setStepValue(grids::kStepResults, grids::kChecked);
+    ctx.controls.setStepBold(grids::kStepResults, true);
 }
 
 }  // namespace ql::viewers
