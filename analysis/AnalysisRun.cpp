@@ -1,7 +1,6 @@
 #include "analysis/AnalysisRun.h"
 
 #include <exception>
-#include <functional>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -18,6 +17,7 @@ namespace ql::analysis {
 namespace {
 
 using grids::Control;
+using grids::ListChange;
 using grids::NameList;
 using grids::WindowContext;
 using grids::WindowState;
@@ -80,83 +80,6 @@ std::optional<std::string> textOf(const dao::Variant& value) {
     if (const auto* text = std::get_if<std::string>(&value)) return *text;
     return std::nullopt;
 }
-
-// How the run treats a statement that fails, by where in the run it
-// stands. The run switches modes where the program always has: nothing
-// handled up to the first user table of the indexes phase, everything
-// ignored from there to the pages phase, the pages loop logged, nothing
-// handled after it.
-class Statements {
-public:
-    enum class Mode { Unhandled, Ignored, Logged };
-
-    using Handler = std::function<void(const RuntimeError&)>;
-
-    void unhandled() { mode_ = Mode::Unhandled; }
-    void ignored() { mode_ = Mode::Ignored; }
-    // `handler` takes every failure until the mode changes; a failure of the
-    // handler itself is not handled.
-    void logged(Handler handler) {
-        mode_ = Mode::Logged;
-        handler_ = std::move(handler);
-    }
-    Mode mode() const { return mode_; }
-
-    // Runs one statement. A failing statement is abandoned; what happens
-    // next depends on the mode.
-    template <class Statement>
-    void operator()(Statement&& statement) {
-        std::optional<RuntimeError> error;
-        try {
-            statement();
-        } catch (const grids::UnhandledError&) {
-            throw;
-        } catch (const std::exception& e) {
-            error = grids::asRuntimeError(e);
-        }
-        if (error) fail(*error);
-    }
-
-private:
-    void fail(const RuntimeError& error) {
-        switch (mode_) {
-        case Mode::Unhandled: throw grids::UnhandledError(error);
-        case Mode::Ignored: return;
-        case Mode::Logged:
-            try {
-                handler_(error);
-            } catch (const grids::UnhandledError&) {
-                throw;
-            } catch (const std::exception& e) {
-                throw grids::UnhandledError(grids::asRuntimeError(e));
-            }
-            return;
-        }
-    }
-
-    Mode mode_ = Mode::Unhandled;
-    Handler handler_;
-};
-
-// Shows name list `list` again when it goes out of scope, however the
-// phase that changed it ends.
-class ListChange {
-public:
-    ListChange(WindowContext& ctx, int list) : ctx_(ctx), list_(list) {}
-    ~ListChange() {
-        try {
-            ctx_.controls.nameListChanged(list_);
-        } catch (...) {
-            // A redraw that fails must not hide the error that may be leaving.
-        }
-    }
-    ListChange(const ListChange&) = delete;
-    ListChange& operator=(const ListChange&) = delete;
-
-private:
-    WindowContext& ctx_;
-    int list_;
-};
 
 class AnalysisRun {
 public:
@@ -288,7 +211,7 @@ private:
             if (system) continue;
             // From the first user table on, failures are passed over until
             // the pages phase.
-            s_.ignored();
+            s_.resumeNext();
             s_([&] {
                 const dao::TableDef& def = grids::object(table);
                 for (const dao::Index& index : def.Indexes())
@@ -366,7 +289,7 @@ private:
         // such a query the handler's own lookup fails, and that is not
         // handled.
         int i = 0;
-        s_.logged([&](const RuntimeError& error) {
+        s_.handleBy([&](const RuntimeError& error) {
             grids::appendErrorLog(state_, grids::runErrorLogLine(grids::queryNameAt(state_, i - 1), error));
             grids::countError(state_);
         });
@@ -469,7 +392,11 @@ private:
 
     WindowContext& ctx_;
     WindowState& state_;
-    Statements s_;
+    // The run starts unhandled, passes failures over from the first user
+    // table of the indexes phase to the pages phase, logs them in the pages
+    // loop and leaves them unhandled after it, where the program always
+    // switched.
+    grids::ErrorRegime s_;
     int progress_ = 0;
     // The container the run holds: Tables while it opens the way, then each
     // phase's own.
@@ -478,6 +405,15 @@ private:
 
 }  // namespace
 
-void cmdAnalyse_Click(grids::WindowContext& ctx) { AnalysisRun(ctx).run(); }
+// Nothing handles an error that leaves the run: it ends the command.
+void cmdAnalyse_Click(grids::WindowContext& ctx) {
+    try {
+        AnalysisRun(ctx).run();
+    } catch (const grids::UnhandledError&) {
+        throw;
+    } catch (const std::exception& e) {
+        throw grids::UnhandledError(grids::asRuntimeError(e));
+    }
+}
 
 }  // namespace ql::analysis

@@ -21,9 +21,9 @@ void FillGridFields(WindowContext& ctx) {
     int t = 0;
     // The handler names the saved query before position t, whatever failed;
     // for the first table there is none and its own error leaves the fill.
-    auto handler = [&](const RuntimeError& error) {
+    const ErrorRegime onError = ErrorRegime::handledBy([&](const RuntimeError& error) {
         logAndCount(state, errorLogLine("Field Error :", queryNameAt(state, t - 1), error));
-    };
+    });
 
     // The field being read, kept between statements as the window's
     // variable is: a statement that fails leaves the previous one.
@@ -31,21 +31,19 @@ void FillGridFields(WindowContext& ctx) {
     const dao::Collection<dao::TableDef>* tableDefs = nullptr;
     // At t = 0 a failure here leaves through the handler, so past it the
     // collection is there.
-    resumeAfterHandler([&] { tableDefs = &object(state.CurrentDb).TableDefs(); }, handler);
+    onError([&] { tableDefs = &object(state.CurrentDb).TableDefs(); });
     for (t = 0; t < tableDefs->Count(); ++t) {
         const dao::TableDef* table = nullptr;
-        resumeAfterHandler([&] { table = &tableDefs->Item(t); }, handler);
+        onError([&] { table = &tableDefs->Item(t); });
         // "MSys" anywhere in the name, not only at its start.
         if (!table || table->Name().find("MSys") != std::string::npos) continue;
         int fieldCount = 0;
-        resumeAfterHandler([&] { fieldCount = table->Fields().Count(); }, handler);
+        onError([&] { fieldCount = table->Fields().Count(); });
         for (int f = 0; f < fieldCount; ++f) {
-            resumeAfterHandler([&] { field = &table->Fields().Item(f); }, handler);
-            resumeAfterHandler([&] { grid.addRow(object(field).Name()); }, handler);
-            resumeAfterHandler([&] { setLastSubItem(grid, 1, table->Name()); }, handler);
-            resumeAfterHandler(
-                [&] { setLastSubItem(grid, 2, FieldTypeName(static_cast<std::int16_t>(object(field).Type()))); },
-                handler);
+            onError([&] { field = &table->Fields().Item(f); });
+            onError([&] { grid.addRow(object(field).Name()); });
+            onError([&] { setLastSubItem(grid, 1, table->Name()); });
+            onError([&] { setLastSubItem(grid, 2, FieldTypeName(static_cast<std::int16_t>(object(field).Type()))); });
         }
     }
 }

@@ -9,9 +9,9 @@ void logAndCount(WindowState& state, const std::string& line) {
 
 void objectNotSet() { throw RuntimeError(91, "Object variable or With block variable not set"); }
 
-GridChange::~GridChange() {
+ChangeAtExit::~ChangeAtExit() {
     try {
-        ctx_.controls.gridChanged(k_);
+        (ctx_.controls.*notice_)(k_);
     } catch (...) {
         // A redraw that fails must not hide the error that may be leaving.
     }

@@ -1,55 +1,44 @@
 #pragma once
 // What the fillers share: the grid frame (clear, columns, count row, the
-// last row's sub-items), the two error regimes the fillers work under, and
-// the window's redraw of a grid that changed.
+// last row's sub-items), their error handler, and the window's redraw of a
+// grid or name list that changed.
 #include <optional>
 #include <string>
 
 #include "grids/ErrorLog.h"
+#include "grids/ErrorRegime.h"
 #include "grids/Fillers.h"
 
 namespace ql::grids {
 
-// Runs one statement of a region whose errors are ignored: a failing
-// statement is abandoned and the caller goes on with the next one.
-template <class Statement>
-void resumeNext(Statement&& statement) {
-    try {
-        statement();
-    } catch (const std::exception&) {
-    }
-}
-
-// Runs one statement under an error handler: a failing statement is
-// abandoned, `handler` gets its error as a runtime error, and the caller goes
-// on with the next statement. The handler runs outside the trap, so an error
-// of its own leaves the caller.
-template <class Statement, class Handler>
-void resumeAfterHandler(Statement&& statement, Handler&& handler) {
-    std::optional<RuntimeError> error;
-    try {
-        statement();
-    } catch (const std::exception& e) {
-        error = asRuntimeError(e);
-    }
-    if (error) handler(*error);
-}
-
 // The fillers' handler: one line in the error log, one more error counted.
 void logAndCount(WindowState& state, const std::string& line);
 
-// Tells the window that grid `k` changed when the filler ends, whether it
-// ends normally or by an error, so rows added before a failure are shown.
-class GridChange {
+// Tells the window that a grid or a name list changed when the routine
+// ends, whether it ends normally or by an error, so entries added before a
+// failure are shown.
+class ChangeAtExit {
 public:
-    GridChange(WindowContext& ctx, int k) : ctx_(ctx), k_(k) {}
-    ~GridChange();
-    GridChange(const GridChange&) = delete;
-    GridChange& operator=(const GridChange&) = delete;
+    using Notice = void (WindowControls::*)(int);
+    ChangeAtExit(WindowContext& ctx, Notice notice, int k) : ctx_(ctx), notice_(notice), k_(k) {}
+    ~ChangeAtExit();
+    ChangeAtExit(const ChangeAtExit&) = delete;
+    ChangeAtExit& operator=(const ChangeAtExit&) = delete;
 
 private:
     WindowContext& ctx_;
+    Notice notice_;
     int k_;
+};
+
+// Grid `k` is redrawn when the filler ends.
+struct GridChange : ChangeAtExit {
+    GridChange(WindowContext& ctx, int k) : ChangeAtExit(ctx, &WindowControls::gridChanged, k) {}
+};
+
+// Name list `k` is shown again when the phase that changed it ends.
+struct ListChange : ChangeAtExit {
+    ListChange(WindowContext& ctx, int k) : ChangeAtExit(ctx, &WindowControls::nameListChanged, k) {}
 };
 
 // What an object variable refers to; VB's error 91 when it is Nothing.

@@ -32,9 +32,10 @@ void FillGridIndexes(WindowContext& ctx) {
     int i = 0;
     // The handler names the saved query before position i, whatever failed;
     // for the first entry there is none and its own error leaves the fill.
-    auto handler = [&](const RuntimeError& error) {
+    const auto handler = [&](const RuntimeError& error) {
         logAndCount(state, errorLogLine("Index Error :", queryNameAt(state, i - 1), error));
     };
+    ErrorRegime onError;
 
     // Kept between entries as the window's variables are: a statement that
     // fails leaves the previous entry's value in place.
@@ -43,22 +44,21 @@ void FillGridIndexes(WindowContext& ctx) {
     const dao::Index* index = nullptr;
     for (i = 0; i < indexList.ListCount(); ++i) {
         const std::string& entry = indexList.List(i);
+        onError.handleBy(handler);
         const std::size_t dot = entry.find('.');
         // Without a "." the left part has a length of -1: an invalid call.
-        resumeAfterHandler(
-            [&] {
+        onError([&] {
                 if (dot == std::string::npos) throw RuntimeError(kErrInvalidCall, "Invalid procedure call or argument");
                 tableName = withoutBrackets(entry.substr(0, dot));
-            },
-            handler);
-        resumeAfterHandler([&] { indexName = dot == std::string::npos ? entry : entry.substr(dot + 1); }, handler);
-        resumeAfterHandler(
-            [&] { index = &object(state.CurrentDb).TableDefs().Item(tableName).Indexes().Item(indexName); }, handler);
-        resumeAfterHandler([&] { grid.addRow(object(index).Name()); }, handler);
+            });
+        onError([&] { indexName = dot == std::string::npos ? entry : entry.substr(dot + 1); });
+        onError([&] { index = &object(state.CurrentDb).TableDefs().Item(tableName).Indexes().Item(indexName); });
+        onError([&] { grid.addRow(object(index).Name()); });
         // From here to the end of the entry errors pass without a word, so a
         // row may lack its sub-items.
-        resumeNext([&] { setLastSubItem(grid, 1, tableName); });
-        resumeNext([&] { setLastSubItem(grid, 2, object(index).Primary() ? "Yes" : "No"); });
+        onError.resumeNext();
+        onError([&] { setLastSubItem(grid, 1, tableName); });
+        onError([&] { setLastSubItem(grid, 2, object(index).Primary() ? "Yes" : "No"); });
     }
 }
 

@@ -93,10 +93,9 @@ void FillGridModules(WindowContext& ctx) {
     // the module: the program has always logged it so, and it is kept. When
     // there is no such query the handler's own lookup fails and leaves.
     int d = 1;
-    const auto onError = [&](const RuntimeError& error) {
+    const ErrorRegime statement = ErrorRegime::handledBy([&](const RuntimeError& error) {
         logAndCount(state, errorLogLine("Modul Error :", queryNameAt(state, d - 1), error));
-    };
-    const auto statement = [&](auto&& body) { resumeAfterHandler(body, onError); };
+    });
 
     const auto showFailedCount = [&](const char* caption, std::int32_t n) {
         if (n < 0) ctx.ui.message(caption + std::to_string(-static_cast<std::int64_t>(n)), kAppTitle);

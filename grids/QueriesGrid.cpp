@@ -36,12 +36,11 @@ void FillGridQueries(WindowContext& ctx) {
         if (!listed(name, qryControl)) continue;
         grid.addRow(name);
         // A query over a missing table fails here; its row keeps what was set.
-        auto handler = [&](const RuntimeError& error) {
+        const ErrorRegime onError = ErrorRegime::handledBy([&](const RuntimeError& error) {
             logAndCount(state, errorLogLine("Query Error :", name, error));
-        };
-        resumeAfterHandler([&] { setLastSubItem(grid, 1, QueryTypeName(static_cast<std::int16_t>(query.Type()))); },
-                           handler);
-        resumeAfterHandler([&] { setLastSubItem(grid, 2, std::to_string(query.FieldsCount())); }, handler);
+        });
+        onError([&] { setLastSubItem(grid, 1, QueryTypeName(static_cast<std::int16_t>(query.Type()))); });
+        onError([&] { setLastSubItem(grid, 2, std::to_string(query.FieldsCount())); });
     }
 }
 
