@@ -358,12 +358,12 @@ private:
             c.setEnabled(Control::fraOutput, false);
             c.setEnabled(Control::cmdOut, false);
             c.setEnabled(Control::mnuOutPut, false);
-            c.setStepBold(4, false);
-            if (state_.ErrorCount > 0) c.setStepColor(4, grids::kColorRed);
-            c.setStepValue(4, grids::kChecked);
-            c.setStepBold(5, false);
-            c.setStepValue(5, grids::kGrayed);
-            c.setStepBold(6, true);
+            c.setStepBold(grids::kStepAnalyse, false);
+            if (state_.ErrorCount > 0) c.setStepColor(grids::kStepAnalyse, grids::kColorRed);
+            c.setStepValue(grids::kStepAnalyse, grids::kChecked);
+            c.setStepBold(grids::kStepTranslate, false);
+            c.setStepValue(grids::kStepTranslate, grids::kGrayed);
+            c.setStepBold(grids::kStepResults, true);
             c.setFocus(Control::cmdView);
             c.setEnabled(Control::mnuViewResults, true);
             c.setEnabled(Control::mnuStatistics, true);

@@ -56,7 +56,8 @@ void UpdateGridDatabase(WindowContext& ctx) {
     hourglass(ctx);
     // The queries are "Views" here, as on the rest of the report.
     static const std::pair<const char*, int> kCounts[] = {
-        {"Tables", 0}, {"Fields", 4}, {"Views", 1}, {"Indexes", 2}, {"Macros", 7}, {"Modules", 8}, {"Relationships", 3},
+        {"Tables", kTabTables},   {"Fields", kTabFields},   {"Views", kTabViews},         {"Indexes", kTabIndexes},
+        {"Macros", kTabMacros},   {"Modules", kTabModules}, {"Relationships", kTabRelations},
     };
     for (const auto& [label, list] : kCounts)
         addValueRow(grid, label, std::to_string(ctx.state.lstData[static_cast<std::size_t>(list)].ListCount()));

@@ -9,7 +9,7 @@ void FillGridFields(WindowContext& ctx) {
     WindowState& state = ctx.state;
     GridChange change(ctx, kGridFields);
     Grid& grid = clearGrid(state, kGridFields);
-    const NameList& fieldList = state.lstData[4];
+    const NameList& fieldList = state.lstData[kTabFields];
     if (fieldList.ListCount() == 0) return;
 
     hourglass(ctx);

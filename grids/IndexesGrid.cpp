@@ -20,7 +20,7 @@ void FillGridIndexes(WindowContext& ctx) {
     WindowState& state = ctx.state;
     GridChange change(ctx, kGridIndexes);
     Grid& grid = clearGrid(state, kGridIndexes);
-    const NameList& indexList = state.lstData[2];
+    const NameList& indexList = state.lstData[kTabIndexes];
     if (indexList.ListCount() == 0) return;
 
     hourglass(ctx);

@@ -18,7 +18,7 @@ void FillGridQueries(WindowContext& ctx) {
     WindowState& state = ctx.state;
     GridChange change(ctx, kGridQueries);
     Grid& grid = clearGrid(state, kGridQueries);
-    const NameList& queryList = state.lstData[1];
+    const NameList& queryList = state.lstData[kTabViews];
     if (queryList.ListCount() == 0) return;
 
     hourglass(ctx);

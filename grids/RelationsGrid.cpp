@@ -12,7 +12,7 @@ void FillGridRelations(WindowContext& ctx) {
     WindowState& state = ctx.state;
     GridChange change(ctx, kGridRelations);
     Grid& grid = clearGrid(state, kGridRelations);
-    const NameList& relationList = state.lstData[3];
+    const NameList& relationList = state.lstData[kTabRelations];
     if (relationList.ListCount() == 0) return;
 
     hourglass(ctx);

@@ -28,7 +28,7 @@ void FillGridTables(WindowContext& ctx) {
 
     GridChange change(ctx, kGridTables);
     Grid& grid = clearGrid(state, kGridTables);
-    const NameList& tables = state.lstData[0];
+    const NameList& tables = state.lstData[kTabTables];
     if (tables.ListCount() == 0) return;
 
     hourglass(ctx);
