@@ -232,7 +232,9 @@ TEST(ReportTool, FileFormatsKeepEachDatabasesReportAndLog) {
             EXPECT_EQ(occurrences(text, "Database Statistics as at"), f == "text" ? 1u : 0u);
             EXPECT_EQ(occurrences(text, "</Quarrylantern>"), f == "xml" ? 1u : 0u);
             // An ordinary path is written as it stands.
-            if (f != "xls") EXPECT_NE(text.find(" Access Database: " + db.string() + "\r\n"), std::string::npos);
+            if (f != "xls") {
+                EXPECT_NE(text.find(" Access Database: " + db.string() + "\r\n"), std::string::npos);
+            }
         }
         EXPECT_FALSE(fs::exists(out / "Errors.Log"));
     }
