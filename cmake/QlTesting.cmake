@@ -1,7 +1,6 @@
 # ql_add_test(<name> SOURCES <files...> LIBS <targets...> [LABELS <labels...>] [TIMEOUT <s>])
 # One GoogleTest executable; each TEST becomes a CTest test. Tests find the
 # shared corpus through QL_SHARED_DIR (compile definition and environment).
-find_package(GTest REQUIRED)
 include(GoogleTest)
 
 function(ql_add_test name)
@@ -11,6 +10,8 @@ function(ql_add_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  # A test folder's own helpers, as "tests/<folder>/<name>.h".
+  ql_publish_headers(${name})
   target_compile_definitions(${name} PRIVATE QL_TEST_SHARED_DIR="${QL_SHARED_DIR}"
                                               QL_TEST_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
                                               QL_TEST_BINARY_DIR="${CMAKE_BINARY_DIR}")

@@ -36,7 +36,6 @@ command -v clang++ >/dev/null || { echo "clang++ is not installed (apt-get insta
 instrument="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer"
 if ! CC=clang CXX=clang++ cmake -S "$top" -B "$build" -G Ninja \
       -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQL_FUZZ=ON -DQL_BUILD_BENCH=OFF -DQL_BUILD_GUI=OFF \
-      -DQL_COMPONENTS="platform/files;platform/jet;platform/dao;platform/vba;platform/workbook;platform/profile;platform/registry;platform/ui;env;grids;analysis;tests/support;tests/fuzz" \
       -DCMAKE_CXX_FLAGS="$instrument" >"$build.configure.log" 2>&1; then
   cat "$build.configure.log" >&2
   exit 2
