@@ -11,6 +11,7 @@
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "platform/dao/VbText.h"
+#include "platform/jet/Catalogue.h"
 
 namespace ql::analysis {
 
@@ -46,13 +47,8 @@ constexpr int kSelectAllModules = 14;
 constexpr int kSelectAllPages = 18;
 
 constexpr int kProgressSteps = 12;
-constexpr std::int32_t kFullAccess = 1048575;
 constexpr int kFieldNameWidth = 35;
 constexpr std::int16_t kDelaySeconds = 2;
-
-// MSysObjects.Type of a local table and of a saved query.
-constexpr int kTypeTable = 1;
-constexpr int kTypeQuery = 5;
 
 constexpr const char* kObjectsSql = "Select * from MsysObjects order by Name";
 // Sent as it always was, trailing blank included.
@@ -141,7 +137,7 @@ private:
     void openTheWay() {
         s_([&] { container_ = db().Containers().Item("Tables"); });
         s_([&] { (void)grids::object(container_).Permissions(); });
-        s_([&] { grids::object(container_).setPermissions(kFullAccess); });
+        s_([&] { grids::object(container_).setPermissions(jet::kAccessFull); });
     }
 
     void databasePhase() {
@@ -162,13 +158,13 @@ private:
         dao::Recordset* objects = state_.ObjectsRecordset ? &*state_.ObjectsRecordset : nullptr;
         while (!atEnd(objects)) {
             s_([&] {
-                const dao::Variant& type = objects->Value("Type");
-                const std::optional<std::string> name = textOf(objects->Value("Name"));
+                const dao::Variant& type = objects->Value(jet::system_column::kType);
+                const std::optional<std::string> name = textOf(objects->Value(jet::system_column::kName));
                 if (!name || isSystemName(*name)) return;
-                if (equalsNumber(type, kTypeTable)) {
+                if (equalsNumber(type, jet::kObjectLocalTable)) {
                     list(kListTables).AddItem(*name);
                     list(kListTables).SetSelected(marked, true);
-                } else if (equalsNumber(type, kTypeQuery)) {
+                } else if (equalsNumber(type, jet::kObjectQuery)) {
                     if (state_.IncludeTempQueries != grids::kFalse || !contains(*name, "~"))
                         list(kListQueries).AddItem(*name);
                 }

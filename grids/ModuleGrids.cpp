@@ -20,8 +20,9 @@ constexpr const char* kAppTitle = "Quarrylantern";
 constexpr int kErrOverflow = 6;
 constexpr int kErrObjectNotSet = 91;
 
-// DoCmd.Close's object type for a module, and its "close without saving".
-constexpr int kObjectTypeModule = 5;
+// DoCmd.Close's object type for a module (acModule; not a catalogue type),
+// and its "close without saving".
+constexpr int kAcModule = 5;
 constexpr int kSaveNo = 2;
 // Quit's "quit without saving".
 constexpr int kQuitDiscardAll = 2;
@@ -124,7 +125,7 @@ void FillGridModules(WindowContext& ctx) {
         statement([&] { showFailedCount("Error (Subs) No ", n); });
         statement([&] { setLastSubItem(grid, 3, std::to_string(n)); });
 
-        statement([&] { app.DoCmd().Close(kObjectTypeModule, name, kSaveNo); });
+        statement([&] { app.DoCmd().Close(kAcModule, name, kSaveNo); });
     }
     // d is one past the last document here, as the loop leaves it, and the
     // handler names the query at that position.

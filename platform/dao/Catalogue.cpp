@@ -12,7 +12,7 @@ namespace ql::dao {
 
 std::int32_t DatabaseState::containerId(const std::string& containerName) const {
     for (const auto& entry : jet.catalogue())
-        if (entry.parentId == kContainersParent && entry.type == kTypeContainer && jet::sameName(entry.name, containerName))
+        if (entry.parentId == jet::kContainersParentId && entry.type == jet::kObjectContainer && jet::sameName(entry.name, containerName))
             return entry.id;
     return 0;
 }
@@ -29,21 +29,24 @@ std::vector<const jet::CatalogEntry*> DatabaseState::children(std::int32_t paren
 
 namespace {
 
+using jet::ColumnType;
+
+// DAO's field type numbers are the stored codes but for these two.
 int daoType(const jet::Column& column) {
-    switch (column.type) {
-    case 0x10: return field_type::Decimal;
-    case 0x11: return field_type::LongBinary;
+    switch (static_cast<ColumnType>(column.type)) {
+    case ColumnType::Decimal: return field_type::Decimal;
+    case ColumnType::FixedBinary: return field_type::LongBinary;
     default: return column.type;
     }
 }
 
 int daoSize(const jet::Column& column, bool jet3) {
-    switch (column.type) {
-    case 0x0A: return jet3 ? column.length : column.length / 2;
-    case 0x0B:
-    case 0x0C:
-    case 0x11: return 0;
-    case 0x10: return 16;  // the project's decision; DAO's own value could not be confirmed
+    switch (static_cast<ColumnType>(column.type)) {
+    case ColumnType::Text: return jet3 ? column.length : column.length / 2;
+    case ColumnType::OLE:
+    case ColumnType::Memo:
+    case ColumnType::FixedBinary: return 0;
+    case ColumnType::Decimal: return 16;  // the project's decision; DAO's own value could not be confirmed
     default: return column.length;
     }
 }
@@ -125,7 +128,7 @@ const Collection<TableDef>& Database::TableDefs() const {
     return cached(*state_, state_->tableDefs, [&] {
         std::vector<TableDef> out;
         for (const auto* entry : state_->children(state_->containerId("Tables")))
-            if (entry->type == jet::kObjectLocalTable || entry->type == kTypeOdbcLink || entry->type == kTypeJetLink)
+            if (entry->type == jet::kObjectLocalTable || entry->type == jet::kObjectOdbcLink || entry->type == jet::kObjectJetLink)
                 out.emplace_back(state_, entry->name, entry->type, entry->flags);
         return out;
     });
@@ -135,7 +138,7 @@ const Collection<QueryDef>& Database::QueryDefs() const {
     return cached(*state_, state_->queryDefs, [&] {
         std::vector<QueryDef> out;
         for (const auto* entry : state_->children(state_->containerId("Tables")))
-            if (entry->type == kTypeQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
+            if (entry->type == jet::kObjectQuery) out.emplace_back(state_, entry->name, static_cast<int>(entry->flags & 0xF0));
         return out;
     });
 }
@@ -143,8 +146,8 @@ const Collection<QueryDef>& Database::QueryDefs() const {
 const Collection<Container>& Database::Containers() const {
     return cached(*state_, state_->containers, [&] {
         std::vector<Container> out;
-        for (const auto* entry : state_->children(kContainersParent)) {
-            if (entry->type != kTypeContainer) continue;
+        for (const auto* entry : state_->children(jet::kContainersParentId)) {
+            if (entry->type != jet::kObjectContainer) continue;
             std::vector<Document> documents;
             for (const auto* child : state_->children(entry->id)) documents.emplace_back(child->name);
             out.emplace_back(entry->name, std::move(documents), state_->granted(entry->id));
@@ -170,7 +173,7 @@ const Collection<Property>& Database::Properties() const {
         out.emplace_back("Connection", Variant{}, true);
         const std::int32_t databases = state_->containerId("Databases");
         for (const auto& entry : state_->jet.catalogue()) {
-            if (entry.parentId != databases || !jet::sameName(entry.name, "MSysDb")) continue;
+            if (entry.parentId != databases || !jet::sameName(entry.name, jet::system_table::kDatabaseDocument)) continue;
             try {
                 const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
                 if (const auto* block = blob.objectBlock())

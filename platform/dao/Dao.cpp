@@ -38,14 +38,6 @@ Variant toVariant(const jet::Value& value) {
         value.data());
 }
 
-std::int64_t integerOf(const jet::Value& value, std::int64_t fallback) {
-    if (auto v = value.get<bool>()) return *v ? -1 : 0;
-    if (auto v = value.get<std::uint8_t>()) return *v;
-    if (auto v = value.get<std::int16_t>()) return *v;
-    if (auto v = value.get<std::int32_t>()) return *v;
-    return fallback;
-}
-
 // ---- database state -----------------------------------------------------
 
 void DatabaseState::checkOpen() const {
@@ -53,29 +45,23 @@ void DatabaseState::checkOpen() const {
 }
 
 const jet::CatalogEntry* DatabaseState::findQuery(const std::string& queryName) const {
-    return jet.findObject(queryName, kTypeQuery);
+    return jet.findObject(queryName, jet::kObjectQuery);
 }
 
 const std::vector<QueryRow>& DatabaseState::rowsOf(std::int32_t objectId) {
     if (!queryRows) {
         std::map<std::int32_t, std::vector<QueryRow>> all;
-        if (jet.findTable("MSysQueries")) {
-            const jet::TableDef table = jet.tableDef("MSysQueries");
-            auto column = [&](const char* name) -> int {
-                for (std::size_t i = 0; i < table.columns.size(); ++i)
-                    if (jet::sameName(table.columns[i].name, name)) return static_cast<int>(i);
-                return -1;
-            };
-            const int objectIdCol = column("ObjectId"), attributeCol = column("Attribute"), orderCol = column("Order"),
-                      name1Col = column("Name1"), name2Col = column("Name2"), expressionCol = column("Expression"),
-                      flagCol = column("Flag"), lvExtraCol = column("LvExtra");
-            if (objectIdCol < 0 || attributeCol < 0)
-                throw daoError(errors::CannotOpen, name);
-            auto text = [](const jet::TableCursor& c, int col) -> std::optional<std::string> {
-                if (col < 0 || c[col].isNull()) return std::nullopt;
-                if (auto s = c[col].get<std::string>()) return *s;
-                if (auto l = c[col].get<jet::LongValue>()) return l->isMemo() ? l->text() : std::string{};
-                return std::nullopt;
+        if (jet.findTable(jet::system_table::kQueries)) {
+            const jet::TableDef table = jet.tableDef(jet::system_table::kQueries);
+            namespace col = jet::system_column;
+            const auto column = [&](const char* name) { return jet::columnIndex(table, name); };
+            const auto objectIdCol = column(col::kObjectId), attributeCol = column(col::kAttribute),
+                       orderCol = column(col::kOrder), name1Col = column(col::kName1), name2Col = column(col::kName2),
+                       expressionCol = column(col::kExpression), flagCol = column(col::kFlag),
+                       lvExtraCol = column(col::kLvExtra);
+            if (!objectIdCol || !attributeCol) throw daoError(errors::CannotOpen, name);
+            auto text = [](const jet::TableCursor& c, std::optional<std::size_t> column) -> std::optional<std::string> {
+                return column ? jet::textValue(c[*column]) : std::nullopt;
             };
             jet::TableCursor cursor = jet.cursor(table);
             while (true) {
@@ -85,17 +71,17 @@ const std::vector<QueryRow>& DatabaseState::rowsOf(std::int32_t objectId) {
                     continue;  // a damaged row costs its query a clause, not the whole collection
                 }
                 QueryRow row;
-                row.attribute = static_cast<int>(integerOf(cursor[attributeCol]));
-                if (orderCol >= 0)
-                    if (auto b = cursor[orderCol].get<jet::Binary>()) row.order = *b;
+                row.attribute = static_cast<int>(jet::integerValue(cursor[*attributeCol]));
+                if (orderCol)
+                    if (auto b = cursor[*orderCol].get<jet::Binary>()) row.order = *b;
                 row.name1 = text(cursor, name1Col);
                 row.name2 = text(cursor, name2Col);
                 row.expression = text(cursor, expressionCol);
-                if (flagCol >= 0 && !cursor[flagCol].isNull()) row.flag = static_cast<int>(integerOf(cursor[flagCol]));
-                if (lvExtraCol >= 0 && !cursor[lvExtraCol].isNull()) {
-                    if (auto v = cursor[lvExtraCol].get<std::int32_t>()) row.lvExtra = *v;
-                }
-                all[static_cast<std::int32_t>(integerOf(cursor[objectIdCol]))].push_back(std::move(row));
+                if (flagCol && !cursor[*flagCol].isNull())
+                    row.flag = static_cast<int>(jet::integerValue(cursor[*flagCol]));
+                if (lvExtraCol)
+                    if (auto v = cursor[*lvExtraCol].get<std::int32_t>()) row.lvExtra = *v;
+                all[static_cast<std::int32_t>(jet::integerValue(cursor[*objectIdCol]))].push_back(std::move(row));
             }
         }
         queryRows = std::move(all);

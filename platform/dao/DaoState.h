@@ -15,16 +15,7 @@
 
 namespace ql::dao {
 
-// Catalogue row types and the parent of the containers, as MSysObjects
-// stores them.
-inline constexpr std::int32_t kContainersParent = 0x0F000000;
-inline constexpr std::int16_t kTypeContainer = 3;
-inline constexpr std::int16_t kTypeOdbcLink = 4;
-inline constexpr std::int16_t kTypeQuery = 5;
-inline constexpr std::int16_t kTypeJetLink = 6;
-
 Variant toVariant(const jet::Value& value);
-std::int64_t integerOf(const jet::Value& value, std::int64_t fallback = 0);
 
 // The identity the workgroup file gives the default user.
 struct Identity {

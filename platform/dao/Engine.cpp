@@ -46,35 +46,34 @@ Identity openWorkgroup(const std::string& path) {
     identity.sids = {kAdminSid, kUsersSid};
     try {
         jet::Database workgroup = jet::Database::open(path);
-        if (!workgroup.header().workgroup || !workgroup.findTable("MSysAccounts"))
+        namespace col = jet::system_column;
+        if (!workgroup.header().workgroup || !workgroup.findTable(jet::system_table::kAccounts))
             throw daoError(errors::WorkgroupMissing);
-        const jet::TableDef accounts = workgroup.tableDef("MSysAccounts");
-        const jet::Column* nameColumn = accounts.column("Name");
-        const jet::Column* sidColumn = accounts.column("SID");
-        const jet::Column* passwordColumn = accounts.column("Password");
+        const jet::TableDef accounts = workgroup.tableDef(jet::system_table::kAccounts);
+        const auto nameColumn = jet::columnIndex(accounts, col::kName);
+        const auto sidColumn = jet::columnIndex(accounts, col::kSid);
+        const auto passwordColumn = jet::columnIndex(accounts, col::kPassword);
         if (!nameColumn || !sidColumn || !passwordColumn) throw daoError(errors::WorkgroupMissing);
-        auto index = [&](const jet::Column* c) { return static_cast<std::size_t>(c - accounts.columns.data()); };
         std::map<std::string, jet::Binary> sidByName;
         bool adminFound = false;
         jet::TableCursor cursor = workgroup.cursor(accounts);
         while (cursor.next()) {
-            const auto* sid = cursor[index(sidColumn)].get<jet::Binary>();
-            const auto* accountName = cursor[index(nameColumn)].get<std::string>();
+            const auto* sid = cursor[*sidColumn].get<jet::Binary>();
+            const auto* accountName = cursor[*nameColumn].get<std::string>();
             if (sid && accountName) sidByName[*accountName] = *sid;
             if (sid && *sid == kAdminSid) {
                 adminFound = true;
-                if (!blankPassword(cursor[index(passwordColumn)])) throw daoError(errors::BadAccount);
+                if (!blankPassword(cursor[*passwordColumn])) throw daoError(errors::BadAccount);
             }
         }
         if (!adminFound) throw daoError(errors::BadAccount);
         // The groups Admin belongs to in this workgroup (Admins among them).
-        if (workgroup.findTable("MSysGroups")) {
-            const jet::TableDef groups = workgroup.tableDef("MSysGroups");
-            const jet::Column* groupColumn = groups.column("GroupSID");
-            const jet::Column* userColumn = groups.column("UserSID");
+        if (workgroup.findTable(jet::system_table::kGroups)) {
+            const jet::TableDef groups = workgroup.tableDef(jet::system_table::kGroups);
+            const auto groupColumn = jet::columnIndex(groups, col::kGroupSid);
+            const auto userColumn = jet::columnIndex(groups, col::kUserSid);
             if (groupColumn && userColumn) {
-                auto gi = static_cast<std::size_t>(groupColumn - groups.columns.data());
-                auto ui = static_cast<std::size_t>(userColumn - groups.columns.data());
+                const std::size_t gi = *groupColumn, ui = *userColumn;
                 jet::TableCursor members = workgroup.cursor(groups);
                 while (members.next()) {
                     const auto* user = members[ui].get<jet::Binary>();

@@ -28,7 +28,7 @@ int sourceFieldCount(DatabaseState& db, const std::string& name, int depth) {
         }
     }
     for (const auto& entry : db.jet.catalogue())
-        if ((entry.type == kTypeJetLink || entry.type == kTypeOdbcLink) && jet::sameName(entry.name, name))
+        if ((entry.type == jet::kObjectJetLink || entry.type == jet::kObjectOdbcLink) && jet::sameName(entry.name, name))
             return 0;  // its columns live in the other database
     const auto* query = db.findQuery(name);
     if (!query) throw daoError(errors::InputMissing, name);

@@ -6,16 +6,13 @@ namespace ql::dao {
 
 namespace {
 
-constexpr std::int32_t kReadDefinitions = 0x04;
-constexpr std::int32_t kRetrieveData = 0x14;
-constexpr std::int32_t kMSysObjectsId = 2;  // fixed by the engine
 const jet::Binary kEngineSid = {0x02, 0x03};
 
 // Jet 4 stores SIDs XOR a 16-bit mask of the file; the engine's own SID
 // on MSysObjects' catalogue row gives it away. Jet 3 stores them plainly.
 jet::Binary sidMask(const jet::Database& db) {
     if (db.header().format == jet::FileFormat::Jet3) return {0, 0};
-    const auto* entry = db.findById(kMSysObjectsId);
+    const auto* entry = db.findById(jet::kCatalogueObjectId);
     if (!entry || entry->owner.size() < 2) return {0, 0};
     return {static_cast<std::uint8_t>(entry->owner[0] ^ kEngineSid[0]),
             static_cast<std::uint8_t>(entry->owner[1] ^ kEngineSid[1])};
@@ -29,20 +26,17 @@ jet::Binary unmasked(jet::Binary sid, const jet::Binary& mask) {
 }  // namespace
 
 std::int32_t DatabaseState::granted(std::int32_t objectId) const {
-    constexpr std::int32_t kFullAccess = 0xFFFFF;
     loadRights();
-    if (rights->count(-1)) return kFullAccess;
+    if (rights->count(-1)) return jet::kAccessFull;
     const auto it = rights->find(objectId);
     return it == rights->end() ? 0 : it->second;
 }
 
 bool DatabaseState::mayOpen() const {
-    constexpr std::int32_t kDatabaseId = 0x10000000;
-    constexpr std::int32_t kOpen = 0x02;
     loadRights();
     if (rights->count(-1)) return true;
-    const auto it = rights->find(kDatabaseId);
-    return it != rights->end() && (it->second & kOpen);
+    const auto it = rights->find(jet::kDatabaseObjectId);
+    return it != rights->end() && (it->second & jet::kAccessOpenDatabase);
 }
 
 void DatabaseState::checkRead(const jet::CatalogEntry& entry, bool definitions) const {
@@ -54,8 +48,9 @@ void DatabaseState::checkRead(const jet::CatalogEntry& entry, bool definitions) 
     const auto it = rights->find(entry.id);
     const std::int32_t acm = it == rights->end() ? 0 : it->second;
     if (definitions) {
-        if ((acm & kReadDefinitions) != kReadDefinitions) throw daoError(errors::NoReadDefinitions, entry.name);
-    } else if ((acm & kRetrieveData) != kRetrieveData) {
+        if ((acm & jet::kAccessReadDefinitions) != jet::kAccessReadDefinitions)
+            throw daoError(errors::NoReadDefinitions, entry.name);
+    } else if ((acm & jet::kAccessRetrieveData) != jet::kAccessRetrieveData) {
         throw daoError(errors::NoReadPermission, entry.name);
     }
 }
@@ -64,24 +59,23 @@ void DatabaseState::loadRights() const {
     if (!rights) {
         std::map<std::int32_t, std::int32_t> granted;
         try {
-            if (jet.findTable("MSysACEs")) {
-                const jet::TableDef table = jet.tableDef("MSysACEs");
-                const jet::Column* objectColumn = table.column("ObjectId");
-                const jet::Column* sidColumn = table.column("SID");
-                const jet::Column* acmColumn = table.column("ACM");
+            if (jet.findTable(jet::system_table::kAces)) {
+                const jet::TableDef table = jet.tableDef(jet::system_table::kAces);
+                const auto objectColumn = jet::columnIndex(table, jet::system_column::kObjectId);
+                const auto sidColumn = jet::columnIndex(table, jet::system_column::kSid);
+                const auto acmColumn = jet::columnIndex(table, jet::system_column::kAcm);
                 if (objectColumn && sidColumn && acmColumn) {
-                    auto index = [&](const jet::Column* c) { return static_cast<std::size_t>(c - table.columns.data()); };
                     const jet::Binary mask = sidMask(jet);
                     jet::TableCursor cursor = jet.cursor(table);
                     while (cursor.next()) {
-                        const auto* sid = cursor[index(sidColumn)].get<jet::Binary>();
+                        const auto* sid = cursor[*sidColumn].get<jet::Binary>();
                         if (!sid) continue;
                         const jet::Binary plain = unmasked(*sid, mask);
                         bool mine = false;
                         for (const auto& own : identity.sids) mine = mine || own == plain;
                         if (!mine) continue;
-                        const auto id = static_cast<std::int32_t>(integerOf(cursor[index(objectColumn)]));
-                        granted[id] |= static_cast<std::int32_t>(integerOf(cursor[index(acmColumn)]));
+                        const auto id = static_cast<std::int32_t>(jet::integerValue(cursor[*objectColumn]));
+                        granted[id] |= static_cast<std::int32_t>(jet::integerValue(cursor[*acmColumn]));
                     }
                 }
             } else {

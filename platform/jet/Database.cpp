@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 
+#include "platform/Invariant.h"
 #include "platform/jet/Context.h"
 #include "platform/jet/DataPage.h"
 #include "platform/jet/Header.h"
@@ -17,7 +18,6 @@ namespace ql::jet {
 using namespace detail;
 
 namespace {
-constexpr std::uint32_t kCatalogPage = 2;
 // Overflow rows point to the real row; Access never chains them, so a few
 // links are plenty and more is a loop.
 constexpr int kMaxOverflowLinks = 8;
@@ -58,7 +58,7 @@ const Value* CatalogEntry::field(const std::string& column) const {
 }
 
 Binary CatalogEntry::lvProp(std::size_t cap) const {
-    const Value* v = field("LvProp");
+    const Value* v = field(system_column::kLvProp);
     if (!v) return {};
     if (const LongValue* lv = v->get<LongValue>()) return lv->bytes(cap);
     if (const Binary* b = v->get<Binary>()) return *b;
@@ -213,19 +213,15 @@ Database Database::fromPages(std::shared_ptr<PageSource> source, const OpenOptio
 
 void Database::readCatalogue() {
     Impl& impl = *impl_;
-    TableDef table = readTableDef(*impl.context, kCatalogPage);
-    table.name = "MSysObjects";
-    auto index = [&](const char* name) -> int {
-        for (std::size_t i = 0; i < table.columns.size(); ++i)
-            if (sameName(table.columns[i].name, name)) return static_cast<int>(i);
-        return -1;
-    };
-    const int id = index("Id"), parentId = index("ParentId"), name = index("Name"), type = index("Type"),
-              flags = index("Flags"), dateCreate = index("DateCreate"), dateUpdate = index("DateUpdate"),
-              owner = index("Owner"), database = index("Database"), connect = index("Connect"),
-              foreignName = index("ForeignName");
-    if (id < 0 || name < 0 || type < 0)
-        damaged("the catalogue (MSysObjects, page 2) lacks its Id, Name or Type column");
+    TableDef table = readTableDef(*impl.context, kCataloguePage);
+    table.name = system_table::kObjects;
+    namespace col = system_column;
+    const auto index = [&](const char* name) { return columnIndex(table, name); };
+    const auto id = index(col::kId), parentId = index(col::kParentId), name = index(col::kName),
+               type = index(col::kType), flags = index(col::kFlags), dateCreate = index(col::kDateCreate),
+               dateUpdate = index(col::kDateUpdate), owner = index(col::kOwner), database = index(col::kDatabase),
+               connect = index(col::kConnect), foreignName = index(col::kForeignName);
+    if (!id || !name || !type) damaged("the catalogue (MSysObjects, page 2) lacks its Id, Name or Type column");
 
     TableCursor cursor = this->cursor(table);
     for (;;) {
@@ -241,30 +237,25 @@ void Database::readCatalogue() {
         }
         const std::vector<Value>& v = cursor.values();
         CatalogEntry entry;
-        auto integer = [&](int column) -> std::int64_t {
-            if (column < 0) return 0;
-            if (const auto* x = v[column].get<std::int32_t>()) return *x;
-            if (const auto* x = v[column].get<std::int16_t>()) return *x;
-            if (const auto* x = v[column].get<std::uint8_t>()) return *x;
-            return 0;
+        // The cursor hands out one value per column of the definition it was given.
+        QL_INVARIANT(v.size() == table.columns.size());
+        auto integer = [&](std::optional<std::size_t> column) -> std::int64_t {
+            return column ? integerValue(v[*column]) : 0;
         };
-        auto text = [&](int column) -> std::string {
-            if (column < 0) return {};
-            if (const auto* x = v[column].get<std::string>()) return *x;
-            if (const auto* x = v[column].get<LongValue>()) return x->isMemo() ? x->text() : std::string();
-            return {};
+        auto text = [&](std::optional<std::size_t> column) -> std::string {
+            return column ? textValue(v[*column]).value_or("") : std::string();
         };
         entry.id = static_cast<std::int32_t>(integer(id));
         entry.parentId = static_cast<std::int32_t>(integer(parentId));
         entry.name = text(name);
         entry.type = static_cast<std::int16_t>(integer(type));
         entry.flags = static_cast<std::int32_t>(integer(flags));
-        if (dateCreate >= 0)
-            if (const auto* d = v[dateCreate].get<DateTime>()) entry.dateCreate = *d;
-        if (dateUpdate >= 0)
-            if (const auto* d = v[dateUpdate].get<DateTime>()) entry.dateUpdate = *d;
-        if (owner >= 0)
-            if (const auto* b = v[owner].get<Binary>()) entry.owner = *b;
+        if (dateCreate)
+            if (const auto* d = v[*dateCreate].get<DateTime>()) entry.dateCreate = *d;
+        if (dateUpdate)
+            if (const auto* d = v[*dateUpdate].get<DateTime>()) entry.dateUpdate = *d;
+        if (owner)
+            if (const auto* b = v[*owner].get<Binary>()) entry.owner = *b;
         entry.database = text(database);
         entry.connect = text(connect);
         entry.foreignName = text(foreignName);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/jet/Catalogue.h"
 #include "platform/jet/Error.h"
 #include "platform/jet/Properties.h"
 #include "platform/jet/TableDef.h"
@@ -60,11 +61,6 @@ struct CatalogEntry {
     // The LvProp blob's bytes (empty when null).
     Binary lvProp(std::size_t cap = LongValue::kDefaultCap) const;
 };
-
-// MSysObjects type codes used by the reader itself.
-inline constexpr std::int16_t kObjectLocalTable = 1;
-inline constexpr std::int32_t kObjectSystemFlag = static_cast<std::int32_t>(0x80000000);
-inline constexpr std::int32_t kObjectAccessSystemFlag = 0x00000002;
 
 // A forward scan over a table's rows in page order.
 class TableCursor {

@@ -1,13 +1,12 @@
 #include "platform/jet/TableDef.h"
 
-#include "platform/jet/Database.h"
+#include "platform/jet/Catalogue.h"
 
 namespace ql::jet {
 
 const Column* TableDef::column(const std::string& wanted) const {
-    for (const Column& c : columns)
-        if (sameName(c.name, wanted)) return &c;
-    return nullptr;
+    const auto index = columnIndex(*this, wanted);
+    return index ? &columns[*index] : nullptr;
 }
 
 }  // namespace ql::jet

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/jet/Value.h"
+
 namespace ql::jet {
 
 // Column flag bits.
@@ -17,7 +19,7 @@ inline constexpr std::uint8_t kColumnCompressedUnicode = 0x01;
 
 struct Column {
     std::string name;
-    std::uint8_t type = 0;        // ColumnType code
+    std::uint8_t type = 0;        // a ColumnType, as stored (unknown codes are kept)
     std::uint16_t number = 0;     // null-mask bit; ordinal order follows it
     std::uint16_t varIndex = 0;   // slot in the variable-offset table
     std::uint16_t fixedOffset = 0;
@@ -30,7 +32,9 @@ struct Column {
     std::uint16_t codePage = 0;   // Jet 3 text columns
     bool isFixed() const { return flags & kColumnFixed; }
     bool isAutoNumber() const { return flags & kColumnAutoNumber; }
-    bool isLong() const { return type == 0x0B || type == 0x0C; }
+    bool isLong() const {
+        return type == static_cast<std::uint8_t>(ColumnType::OLE) || type == static_cast<std::uint8_t>(ColumnType::Memo);
+    }
 };
 
 struct IndexColumn {

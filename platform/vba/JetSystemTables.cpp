@@ -1,41 +1,33 @@
 #include "platform/vba/JetSystemTables.h"
 
+#include "platform/Invariant.h"
 #include "platform/vba/VbaError.h"
 
 namespace ql::vba {
 namespace {
+
+namespace col = jet::system_column;
 
 // Column positions by name, looked up once per table: the stored column
 // order differs between files.
 class Columns {
 public:
     explicit Columns(const jet::TableDef& table) : table_(table) {}
-    std::optional<std::size_t> operator()(const std::string& name) const {
-        for (std::size_t i = 0; i < table_.columns.size(); ++i)
-            if (jet::sameName(table_.columns[i].name, name)) return i;
-        return std::nullopt;
-    }
+    std::optional<std::size_t> operator()(const char* name) const { return jet::columnIndex(table_, name); }
 
 private:
     const jet::TableDef& table_;
 };
 
 std::int32_t integer(const std::vector<jet::Value>& row, std::optional<std::size_t> column) {
-    if (!column || *column >= row.size()) return 0;
-    const jet::Value& v = row[*column];
-    if (auto p = v.get<std::int32_t>()) return *p;
-    if (auto p = v.get<std::int16_t>()) return *p;
-    if (auto p = v.get<std::uint8_t>()) return *p;
-    return 0;
+    return column ? static_cast<std::int32_t>(jet::integerValue(row[*column])) : 0;
 }
 
 // A name. Some rows store a C-style terminator inside the value ("Lock\0" in
 // MSysModules2); names compare without it.
 std::string text(const std::vector<jet::Value>& row, std::optional<std::size_t> column) {
-    if (!column || *column >= row.size()) return {};
-    auto p = row[*column].get<std::string>();
-    if (!p) return {};
-    std::string name = *p;
+    if (!column) return {};
+    std::string name = jet::textValue(row[*column]).value_or("");
     while (!name.empty() && name.back() == '\0') name.pop_back();
     return name;
 }
@@ -51,7 +43,7 @@ struct LongValueBudget {
 std::optional<std::string> longBinary(const std::vector<jet::Value>& row, std::optional<std::size_t> column,
                                       LongValueBudget& budget, std::vector<std::string>& problems,
                                       const std::string& where) {
-    if (!column || *column >= row.size() || row[*column].isNull()) return std::nullopt;
+    if (!column || row[*column].isNull()) return std::nullopt;
     const jet::Value& v = row[*column];
     try {
         jet::Binary bytes;
@@ -90,6 +82,9 @@ std::optional<std::vector<Row>> readTable(const jet::Database& db, const std::st
             problems.push_back(name + ": " + error.what());
             continue;
         }
+        // The cursor gives one value per column of the definition, so the
+        // positions Columns finds are in range.
+        QL_INVARIANT(cursor.values().size() == table.columns.size());
         rows.push_back(f(cursor.values(), columns, budget));
     }
     return rows;
@@ -102,30 +97,30 @@ int JetSystemTables::jetVersion() const { return db_.header().format == jet::Fil
 int JetSystemTables::databaseCodePage() const { return db_.header().codePage; }
 
 std::optional<std::vector<Modules2Row>> JetSystemTables::modules2Rows() {
-    return readTable<Modules2Row>(db_, "MSysModules2", tableLongValueBytes_, problems_,
+    return readTable<Modules2Row>(db_, jet::system_table::kModules2, tableLongValueBytes_, problems_,
                                   [&](const auto& row, const Columns& c, LongValueBudget& budget) {
-        Modules2Row out{text(row, c("Name")), integer(row, c("Type")), integer(row, c("Version")), std::nullopt};
-        out.module = longBinary(row, c("Module"), budget, problems_, "MSysModules2 " + out.name);
+        Modules2Row out{text(row, c(col::kName)), integer(row, c(col::kType)), integer(row, c(col::kVersion)), std::nullopt};
+        out.module = longBinary(row, c(col::kModule), budget, problems_, std::string(jet::system_table::kModules2) + " " + out.name);
         return out;
     });
 }
 
 std::optional<std::vector<AccessObjectsRow>> JetSystemTables::accessObjectsRows() {
-    return readTable<AccessObjectsRow>(db_, "MSysAccessObjects", tableLongValueBytes_, problems_,
+    return readTable<AccessObjectsRow>(db_, jet::system_table::kAccessObjects, tableLongValueBytes_, problems_,
                                        [&](const auto& row, const Columns& c, LongValueBudget& budget) {
-        AccessObjectsRow out{integer(row, c("ID")), {}};
-        const std::string where = "MSysAccessObjects " + std::to_string(out.id);
-        out.data = longBinary(row, c("Data"), budget, problems_, where).value_or("");
+        AccessObjectsRow out{integer(row, c(col::kAccessObjectId)), {}};
+        const std::string where = std::string(jet::system_table::kAccessObjects) + " " + std::to_string(out.id);
+        out.data = longBinary(row, c(col::kData), budget, problems_, where).value_or("");
         return out;
     });
 }
 
 std::optional<std::vector<AccessStorageRow>> JetSystemTables::accessStorageRows() {
-    return readTable<AccessStorageRow>(db_, "MSysAccessStorage", tableLongValueBytes_, problems_,
+    return readTable<AccessStorageRow>(db_, jet::system_table::kAccessStorage, tableLongValueBytes_, problems_,
                                        [&](const auto& row, const Columns& c, LongValueBudget& budget) {
-        AccessStorageRow out{integer(row, c("Id")), integer(row, c("ParentId")), text(row, c("Name")),
-                             integer(row, c("Type")), std::nullopt};
-        out.lv = longBinary(row, c("Lv"), budget, problems_, "MSysAccessStorage " + out.name);
+        AccessStorageRow out{integer(row, c(col::kId)), integer(row, c(col::kParentId)), text(row, c(col::kName)),
+                             integer(row, c(col::kType)), std::nullopt};
+        out.lv = longBinary(row, c(col::kLv), budget, problems_, std::string(jet::system_table::kAccessStorage) + " " + out.name);
         return out;
     });
 }
