@@ -10,7 +10,7 @@
 #include "grids/FillerSupport.h"
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/jet/Catalogue.h"
 
 namespace ql::analysis {
@@ -231,7 +231,7 @@ private:
                 const dao::TableDef& def = db().TableDefs().Item(t);
                 if (isSystemName(def.Name())) return;
                 for (const dao::Field& field : def.Fields())
-                    list(kListFields).AddItem(dao::vb::fixedWidth(field.Name(), kFieldNameWidth) + " [" +
+                    list(kListFields).AddItem(vb::fixedWidth(field.Name(), kFieldNameWidth) + " [" +
                                               def.Name() + "]");
             });
         }
@@ -253,8 +253,8 @@ private:
         while (!atEnd(relations)) {
             s_([&] {
                 list(kListRelationships)
-                    .AddItem("[" + dao::vb::CStr(relations->Value("szObject")) + "]." +
-                             dao::vb::CStr(relations->Value("szrelationship")));
+                    .AddItem("[" + vb::CStr(relations->Value("szObject")) + "]." +
+                             vb::CStr(relations->Value("szrelationship")));
             });
             // A recordset that cannot move on would be read again for ever.
             bool moved = false;

@@ -40,6 +40,7 @@
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "open/FindDatabase.h"
+#include "platform/vb/VbText.h"
 #include "report/OutputDestination.h"
 #include "platform/vba/Automation.h"
 #include "viewers/About.h"
@@ -81,26 +82,6 @@ constexpr Kind kKinds[] = {
 constexpr const char* kAppTitle = viewers::kProductName;
 
 QString q(const std::string& s) { return QString::fromStdString(s); }
-
-// The runtime's Val: leading blanks, a sign, digits and one decimal point;
-// anything else ends the number, and no number at all is 0.
-double valOf(const QString& text) {
-    const auto s = text.trimmed().toStdString();
-    std::size_t i = 0;
-    std::string number;
-    if (i < s.size() && (s[i] == '-' || s[i] == '+')) number += s[i++];
-    bool point = false;
-    for (; i < s.size(); ++i) {
-        if (s[i] >= '0' && s[i] <= '9')
-            number += s[i];
-        else if (s[i] == '.' && !point) {
-            point = true;
-            number += s[i];
-        } else
-            break;
-    }
-    return std::atof(number.c_str());
-}
 
 }  // namespace
 
@@ -811,7 +792,7 @@ void frmQuarrylantern::SSTab_Click(int previousTab) {
 }
 
 void frmQuarrylantern::Timer1_Timer() {
-    const double next = valOf(lblCount_->text()) - 1;
+    const double next = vb::Val(lblCount_->text().toStdString()) - 1;
     // Formatted as a whole number, halves rounded away from zero.
     lblCount_->setText(QString::number(static_cast<long long>(std::round(next))));
 }

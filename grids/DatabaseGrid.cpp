@@ -6,7 +6,7 @@
 
 #include "grids/FileDates.h"
 #include "grids/FillerSupport.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace ql::grids {
 
@@ -36,9 +36,9 @@ void FillGridDatabase(WindowContext& ctx) {
 
     const std::string path = ctx.controls.txtMDB();
     addValueRow(grid, "File Size", fileLength(path) + " Bytes");
-    addValueRow(grid, "Created", dao::vb::dateText(GetFileDate(path, kFileCreated)));
-    addValueRow(grid, "Last Accessed", dao::vb::dateText(GetFileDate(path, kFileAccessed)));
-    addValueRow(grid, "Last Modified", dao::vb::dateText(GetFileDate(path, kFileModified)));
+    addValueRow(grid, "Created", vb::dateText(GetFileDate(path, kFileCreated)));
+    addValueRow(grid, "Last Accessed", vb::dateText(GetFileDate(path, kFileAccessed)));
+    addValueRow(grid, "Last Modified", vb::dateText(GetFileDate(path, kFileModified)));
 
     const auto& properties = object(ctx.state.CurrentDb).Properties();
     for (int i = 1; i <= properties.Count(); ++i) {
@@ -46,7 +46,7 @@ void FillGridDatabase(WindowContext& ctx) {
         grid.addRow(name);
         // Its value is an object; reading it could only fail.
         if (name == "Connection") setLastSubItem(grid, 1, "Not applicable");
-        else setLastSubItem(grid, 1, dao::vb::CStr(properties.Item(i - 1).Value()));
+        else setLastSubItem(grid, 1, vb::CStr(properties.Item(i - 1).Value()));
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/files/OutputFiles.h"
 
 namespace ql::grids {
@@ -21,14 +21,14 @@ void appendErrorLog(const WindowState& state, const std::string& line) {
 }
 
 std::string errorLogLine(const std::string& prefix, const std::string& name, const RuntimeError& error) {
-    return prefix + dao::vb::fixedWidth(name, kNameWidth) + " : " +
-           dao::vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
+    return prefix + vb::fixedWidth(name, kNameWidth) + " : " +
+           vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
            error.description();
 }
 
 std::string runErrorLogLine(const std::string& name, const RuntimeError& error) {
-    return dao::vb::fixedWidth(name, kNameWidth) + " : " + dao::vb::dateText(dao::vb::Now()) + " : " +
-           dao::vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
+    return vb::fixedWidth(name, kNameWidth) + " : " + vb::dateText(vb::Now()) + " : " +
+           vb::Format(dao::Variant(static_cast<double>(error.number())), "000000") + " : " +
            error.description();
 }
 

@@ -6,7 +6,7 @@
 #include <cerrno>
 
 #include "platform/RuntimeError.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace ql::grids {
 
@@ -16,9 +16,9 @@ double GetFileDate(const std::string& path, std::int16_t selector) {
     if (::statx(AT_FDCWD, path.c_str(), 0, mask, &info) != 0) throw fileOpenError(errno);
     switch (selector) {
     case kFileCreated:
-        return dao::vb::localDays((info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : info.stx_ctime.tv_sec);
-    case kFileAccessed: return dao::vb::localDays(info.stx_atime.tv_sec);
-    case kFileModified: return dao::vb::localDays(info.stx_mtime.tv_sec);
+        return vb::localDays((info.stx_mask & STATX_BTIME) ? info.stx_btime.tv_sec : info.stx_ctime.tv_sec);
+    case kFileAccessed: return vb::localDays(info.stx_atime.tv_sec);
+    case kFileModified: return vb::localDays(info.stx_mtime.tv_sec);
     default: return 0;
     }
 }

@@ -4,7 +4,7 @@
 // shows k times over; that repetition is the listing's behaviour and kept.
 // No trap of its own: an unreadable table is the analysis run's business.
 #include "grids/FillerSupport.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace ql::grids {
 
@@ -24,7 +24,7 @@ void FillGridRelations(WindowContext& ctx) {
     const dao::Database& db = object(state.CurrentDb);
     dao::Recordset pairs = db.OpenRecordset(std::string("SELECT DISTINCT szObject, szReferencedObject, szRelationship  ") +
                                             "From msysrelationships " + "order BY szObject, szReferencedObject;");
-    using dao::vb::CStr;
+    using vb::CStr;
     while (!pairs.isEOF()) {
         // The names go in as they are: a quote inside one is not doubled.
         dao::Recordset columns = db.OpenRecordset("SELECT * FROM MSysRelationships WHERE szObject = '" +

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "grids/FillerSupport.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace ql::grids {
 
@@ -44,7 +44,7 @@ void FillGridTables(WindowContext& ctx) {
         // The name goes between brackets as it stands, "]" and all.
         dao::Recordset counted = db.OpenRecordset("Select count(*) as Recs from [" + name + "]");
         grid.addRow(name);
-        setLastSubItem(grid, 1, dao::vb::CStr(counted.Value("Recs")));
+        setLastSubItem(grid, 1, vb::CStr(counted.Value("Recs")));
         counted.Close();
 
         // Opened for its field list only; no row is read.

@@ -8,7 +8,7 @@
 #include "env/Probes.h"
 #include "env/RegistryValue.h"
 #include "grids/ErrorLog.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/files/OutputFiles.h"
 #include "report/ReportHeader.h"
 #include "report/StatisticsReport.h"
@@ -45,7 +45,7 @@ const FormatEntry* formatEntry(std::int16_t format) {
 void startErrorLog(const grids::WindowState& state) {
     files::removeFile(state.ErrorLogPath);
     writeLines(state.ErrorLogPath,
-               {"Error Log for Database " + state.ActualDbPath + " as at " + dao::vb::dateText(dao::vb::Now())},
+               {"Error Log for Database " + state.ActualDbPath + " as at " + vb::dateText(vb::Now())},
                OpenMode::Output);
 }
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Version.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/files/OutputFiles.h"
 #include "report/PathText.h"
 #include "report/TextFile.h"
@@ -24,18 +24,18 @@ std::string trimBlanks(const std::string& text) {
 
 }  // namespace
 
-std::string reportDate(double days) { return dao::vb::Format(dao::Date{days}, "dd mmmm yyyy"); }
+std::string reportDate(double days) { return vb::Format(dao::Date{days}, "dd mmmm yyyy"); }
 
-std::string reportTime(double days) { return dao::vb::timeText(days - std::trunc(days)); }
+std::string reportTime(double days) { return vb::timeText(days - std::trunc(days)); }
 
 HeaderFacts currentHeaderFacts(const grids::WindowState& state) {
-    const double now = dao::vb::Now();
+    const double now = vb::Now();
     HeaderFacts facts;
     facts.version = std::to_string(QL_VERSION_MAJOR) + "." + std::to_string(QL_VERSION_MINOR) + "." +
                     std::to_string(QL_VERSION_PATCH);
     facts.date = reportDate(now);
     facts.time = reportTime(now);
-    facts.year = std::stoi(dao::vb::Format(dao::Date{now}, "yyyy"));
+    facts.year = std::stoi(vb::Format(dao::Date{now}, "yyyy"));
     facts.databasePath = state.ActualDbPath;
     facts.systemDbPath = state.SystemDbPath;
     return facts;

@@ -1,6 +1,6 @@
 #include "report/StatisticsReport.h"
 
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "report/ReportHeader.h"
 #include "report/TextFile.h"
 
@@ -11,8 +11,8 @@ namespace {
 const char* const BannerRule = "'=======================================================================";
 
 // Widths count characters as the runtime does (UTF-16 units), not bytes.
-using dao::vb::Len;
-using dao::vb::Right;
+using vb::Len;
+using vb::Right;
 
 // Moves the print position to column `start` (1-based), as Tab(n) does on a
 // line that has not yet reached it.
@@ -68,7 +68,7 @@ void appendGrid(const grids::Grid& grid, std::vector<std::string>& lines) {
                 continue;
             }
             const std::string& cell = row.subItem(static_cast<int>(c));
-            if (dao::vb::IsNumeric(cell)) {
+            if (vb::IsNumeric(cell)) {
                 // Right-aligned in (width - 1) places; a wider number loses its left digits.
                 line += Right(std::string(static_cast<size_t>(widths[c]), ' ') + cell, widths[c] - 1);
             } else {
@@ -113,7 +113,7 @@ void WriteStatisticsToFile(short format, const grids::WindowState& state, const 
 }
 
 void WriteStatisticsToFile(short format, grids::WindowState& state) {
-    const double now = dao::vb::Now();
+    const double now = vb::Now();
     WriteStatisticsToFile(format, state, reportDate(now), reportTime(now), state.StatisticsWritten);
 }
 

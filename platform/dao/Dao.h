@@ -13,13 +13,21 @@
 #include <vector>
 
 #include "platform/RuntimeError.h"
-#include "platform/dao/Variant.h"
+#include "platform/vb/Variant.h"
 
 namespace ql::jet {
 class Database;
 }
 
 namespace ql::dao {
+
+// Field and property values are VB's Variants.
+using vb::ByteArray;
+using vb::Currency;
+using vb::Date;
+using vb::Empty;
+using vb::Null;
+using vb::Variant;
 
 namespace errors {
 inline constexpr int CouldNotFindFile = 3024;

@@ -11,7 +11,7 @@
 #include "platform/dao/DaoState.h"
 #include "platform/dao/QueryShape.h"
 #include "platform/dao/SqlTokens.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace ql::dao {
 

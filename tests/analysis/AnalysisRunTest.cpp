@@ -21,7 +21,7 @@
 
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/jet/Progress.h"
 #include "platform/vba/JetSystemTables.h"
 #include "platform/vba/VbaProject.h"
@@ -406,7 +406,7 @@ TEST_F(Run, AFailingPageIsLoggedUnderTheQueryAtItsPosition) {
     const auto& pages = db.Containers()["DataAccessPages"].Documents();
     for (int i = 1; i <= pages.Count(); ++i)
         if (pages.Item(i - 1).Name().find("~TMP") == std::string::npos)
-            expected.push_back(dao::vb::fixedWidth(db.QueryDefs().Item(i - 1).Name(), 40));
+            expected.push_back(vb::fixedWidth(db.QueryDefs().Item(i - 1).Name(), 40));
     ASSERT_EQ(expected.size(), 5u);
 
     std::vector<std::string> logged;

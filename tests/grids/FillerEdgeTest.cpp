@@ -12,7 +12,7 @@
 
 #include "grids/FileDates.h"
 #include "grids/Fillers.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/jet/Database.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/HeadlessWindow.h"
@@ -70,8 +70,8 @@ TEST(FileDates, ThreeSelectorsAndTheZeroDate) {
     const fs::path file = w.folder.path() / "dated.txt";
     std::ofstream(file) << "x";
     setTimes(file, localTime(2001, 3, 8, 0, 0, 0), localTime(2001, 3, 7, 14, 5, 9));
-    EXPECT_EQ(dao::vb::dateText(GetFileDate(file.string(), kFileAccessed)), "3/8/2001");  // midnight: date only
-    EXPECT_EQ(dao::vb::dateText(GetFileDate(file.string(), kFileModified)), "3/7/2001 2:05:09 PM");
+    EXPECT_EQ(vb::dateText(GetFileDate(file.string(), kFileAccessed)), "3/8/2001");  // midnight: date only
+    EXPECT_EQ(vb::dateText(GetFileDate(file.string(), kFileModified)), "3/7/2001 2:05:09 PM");
     // Created: the birth time or the change time, both now, not what was set.
     EXPECT_GT(GetFileDate(file.string(), kFileCreated), GetFileDate(file.string(), kFileModified) + 1000);
     EXPECT_EQ(GetFileDate(file.string(), 0), 0);
@@ -188,7 +188,7 @@ TEST(QueriesGrid, AQueryOverAMissingTableIsLoggedAndKeepsItsType) {
     EXPECT_EQ(grid.rows()[static_cast<std::size_t>(at)].subItems, (std::vector<std::string>{"Select"}));
     const auto lines = w.errorLogLines();
     EXPECT_EQ(w.state.ErrorCount, static_cast<int>(lines.size()));
-    const std::string start = "Query Error :" + dao::vb::fixedWidth("Catalog", 40) + " : 003078 : ";
+    const std::string start = "Query Error :" + vb::fixedWidth("Catalog", 40) + " : 003078 : ";
     EXPECT_NE(std::find_if(lines.begin(), lines.end(), [&](const std::string& l) { return l.rfind(start, 0) == 0; }),
               lines.end());
 }
@@ -218,7 +218,7 @@ TEST(IndexesGrid, BracketedTablesPrimaryKeysAndFailingEntries) {
     // Each line names the saved query before the entry's position.
     const auto& queries = w.state.CurrentDb->QueryDefs();
     auto line = [&](int position, const std::string& number) {
-        return "Index Error :" + dao::vb::fixedWidth(queries[position - 1].Name(), 40) + " : " + number;
+        return "Index Error :" + vb::fixedWidth(queries[position - 1].Name(), 40) + " : " + number;
     };
     std::vector<std::string> logged;
     for (const auto& l : w.errorLogLines()) logged.push_back(l.substr(0, line(1, "000000").size()));
@@ -265,7 +265,7 @@ TEST(FieldsGrid, AnUnreadableTableIsLoggedUnderAQueryNameAndTheFillGoesOn) {
     const auto lines = w.errorLogLines();
     ASSERT_EQ(lines.size(), 1u);
     const std::string start =
-        "Field Error :" + dao::vb::fixedWidth(w.state.CurrentDb->QueryDefs()[position - 1].Name(), 40) + " : 003049 : ";
+        "Field Error :" + vb::fixedWidth(w.state.CurrentDb->QueryDefs()[position - 1].Name(), 40) + " : 003049 : ";
     EXPECT_EQ(lines[0].substr(0, start.size()), start);
     EXPECT_EQ(w.state.ErrorCount, 1);
 

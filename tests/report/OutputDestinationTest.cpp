@@ -10,7 +10,7 @@
 #include <regex>
 
 #include "Version.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "platform/workbook/Excel.h"
 #include "report/ReportHeader.h"
 #include "tests/support/Corpus.h"
@@ -29,7 +29,7 @@ namespace {
 // test started, should midnight pass) and a time of day as the runtime writes it.
 bool isStamp(const std::string& line, const std::string& prefix, const std::string& dayBefore) {
     static const std::regex time(" at ([1-9]|1[0-2]):[0-5][0-9]:[0-5][0-9] (AM|PM)");
-    for (const std::string& day : {dayBefore, report::reportDate(dao::vb::Now())}) {
+    for (const std::string& day : {dayBefore, report::reportDate(vb::Now())}) {
         const std::string head = prefix + day;
         if (line.starts_with(head) && std::regex_match(line.substr(head.size()), time)) return true;
     }
@@ -38,7 +38,7 @@ bool isStamp(const std::string& line, const std::string& prefix, const std::stri
 
 struct Output : testing::Test {
     HeadlessWindow w;
-    const std::string today = report::reportDate(dao::vb::Now());
+    const std::string today = report::reportDate(vb::Now());
 
     void SetUp() override { w.open(test::corpusFile("j3_afr.mdb")); }
     fs::path choose(int format, const std::string& name) { return test::chooseOutput(w, format, name); }

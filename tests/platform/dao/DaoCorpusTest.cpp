@@ -12,12 +12,13 @@
 #include <set>
 
 #include "platform/dao/Dao.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "tests/support/Corpus.h"
 
 namespace {
 
 using namespace ql::dao;
+namespace vb = ql::vb;
 using ql::test::corpusFile;
 using ql::test::manifest;
 

@@ -9,13 +9,14 @@
 #include <map>
 
 #include "platform/dao/Dao.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 #include "tests/support/Corpus.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
 
 using namespace ql::dao;
+namespace vb = ql::vb;
 using ql::test::corpusFile;
 namespace fs = std::filesystem;
 

@@ -1,7 +1,7 @@
 // VB6 text conversions written out by hand: no Linux library reproduces the
 // OLE Automation rules (15/7 significant digits, the general date form,
 // Format's placeholders), and the program's texts depend on them exactly.
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 #include <QDate>
 #include <QLocale>
@@ -19,7 +19,7 @@
 #include "platform/RuntimeError.h"
 #include "platform/jet/Value.h"
 
-namespace ql::dao::vb {
+namespace ql::vb {
 
 namespace {
 
@@ -528,4 +528,22 @@ std::string Right(const std::string& text, int count) {
     return units.toStdString();
 }
 
-}  // namespace ql::dao::vb
+double Val(const std::string& text) {
+    std::size_t i = text.find_first_not_of(" \t\r\n");
+    if (i == std::string::npos) return 0;
+    std::string number;
+    if (text[i] == '-' || text[i] == '+') number += text[i++];
+    bool point = false;
+    for (; i < text.size(); ++i) {
+        if (text[i] >= '0' && text[i] <= '9')
+            number += text[i];
+        else if (text[i] == '.' && !point) {
+            point = true;
+            number += text[i];
+        } else
+            break;
+    }
+    return std::atof(number.c_str());
+}
+
+}  // namespace ql::vb

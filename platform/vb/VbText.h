@@ -1,14 +1,16 @@
 #pragma once
-// VB6's conversions between values and text, in the English (United States)
-// conventions: what CStr, IsNumeric and Format give for the values
-// the program shows or writes.
+// The VB runtime's functions the program uses: conversions between values
+// and text (CStr, Val, IsNumeric, Format, Len, Right) and the clock. Not DAO:
+// the window, the grids and the report writers call them on any value.
+// Numbers follow VB's English (United States) forms; dates follow the
+// user's locale, as VB's do.
 #include <cstdint>
 #include <ctime>
 #include <string>
 
-#include "platform/dao/Variant.h"
+#include "platform/vb/Variant.h"
 
-namespace ql::dao::vb {
+namespace ql::vb {
 
 // CStr. Empty gives ""; Null raises run-time error 94 "Invalid use of Null"
 // (a ql::RuntimeError). A byte array is read as UTF-16 text, as VB does.
@@ -43,6 +45,10 @@ bool IsNumeric(const Variant& value);  // Empty: true; Null, Date, byte array: f
 // Null give "".
 std::string Format(const Variant& value, const std::string& pattern = "");
 
+// Val: leading blanks, a sign, digits and one decimal point; anything else
+// ends the number, and no number at all is 0.
+double Val(const std::string& text);
+
 // The text padded with blanks on the right, or cut, to exactly `width`
 // characters (UTF-16 units, as VB counts them).
 std::string fixedWidth(const std::string& text, int width);
@@ -52,4 +58,4 @@ std::string fixedWidth(const std::string& text, int width);
 int Len(const std::string& text);
 std::string Right(const std::string& text, int count);
 
-}  // namespace ql::dao::vb
+}  // namespace ql::vb

@@ -6,12 +6,11 @@
 #include <limits>
 
 #include "platform/RuntimeError.h"
-#include "platform/dao/VbText.h"
+#include "platform/vb/VbText.h"
 
 namespace {
 
-using namespace ql::dao;
-using namespace ql::dao::vb;
+using namespace ql::vb;
 
 // 2001-03-07 and 2024-03-05 as day numbers (days since 1899-12-30).
 constexpr double March7th2001 = 36957;

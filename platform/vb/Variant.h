@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-namespace ql::dao {
+namespace ql::vb {
 
 struct Empty {
     bool operator==(const Empty&) const = default;
@@ -34,4 +34,4 @@ using ByteArray = std::vector<std::uint8_t>;
 using Variant = std::variant<Empty, Null, bool, std::uint8_t, std::int16_t, std::int32_t, Currency, float, double,
                              Date, std::string, ByteArray>;
 
-}  // namespace ql::dao
+}  // namespace ql::vb
