@@ -5,6 +5,7 @@
 // with the queries; what the user may read is asked of DatabaseState
 // (Security.cpp).
 #include <algorithm>
+#include "platform/text/Names.h"
 
 #include "platform/dao/DaoState.h"
 
@@ -12,7 +13,7 @@ namespace ql::dao {
 
 std::int32_t DatabaseState::containerId(const std::string& containerName) const {
     for (const auto& entry : jet.catalogue())
-        if (entry.parentId == jet::kContainersParentId && entry.type == jet::kObjectContainer && jet::sameName(entry.name, containerName))
+        if (entry.parentId == jet::kContainersParentId && entry.type == jet::kObjectContainer && text::sameName(entry.name, containerName))
             return entry.id;
     return 0;
 }
@@ -173,7 +174,7 @@ const Collection<Property>& Database::Properties() const {
         out.emplace_back("Connection", Variant{}, true);
         const std::int32_t databases = state_->containerId("Databases");
         for (const auto& entry : state_->jet.catalogue()) {
-            if (entry.parentId != databases || !jet::sameName(entry.name, jet::system_table::kDatabaseDocument)) continue;
+            if (entry.parentId != databases || !text::sameName(entry.name, jet::system_table::kDatabaseDocument)) continue;
             try {
                 const jet::PropertyBlob blob = state_->jet.properties(entry.lvProp());
                 if (const auto* block = blob.objectBlock())

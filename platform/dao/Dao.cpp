@@ -3,6 +3,7 @@
 // Variants, the saved queries' stored rows (MSysQueries) read once per
 // database, and a query's type and SQL rebuilt from them (QuerySql).
 #include "platform/dao/Dao.h"
+#include "platform/text/Names.h"
 
 #include <map>
 
@@ -11,7 +12,6 @@
 
 namespace ql::dao {
 
-bool sameDaoName(const std::string& a, const std::string& b) { return jet::sameName(a, b); }
 
 const Variant& Property::Value() const {
     if (unsupported_) throw daoError(errors::NotSupported);

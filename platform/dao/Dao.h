@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/RuntimeError.h"
+#include "platform/text/Names.h"
 #include "platform/vb/Variant.h"
 
 namespace ql::jet {
@@ -72,27 +73,20 @@ public:
     }
     const T& Item(const std::string& name) const {
         for (const T& item : items_)
-            if (sameItemName(item.Name(), name)) return item;
+            if (text::sameName(item.Name(), name)) return item;
         throw daoError(errors::ItemNotFound);
     }
     const T& operator[](int index) const { return Item(index); }
     const T& operator[](const std::string& name) const { return Item(name); }
     bool Contains(const std::string& name) const {
-        return std::any_of(items_.begin(), items_.end(), [&](const T& i) { return sameItemName(i.Name(), name); });
+        return std::any_of(items_.begin(), items_.end(), [&](const T& i) { return text::sameName(i.Name(), name); });
     }
     auto begin() const { return items_.begin(); }
     auto end() const { return items_.end(); }
 
 private:
-    static bool sameItemName(const std::string& a, const std::string& b);
     std::vector<T> items_;
 };
-
-bool sameDaoName(const std::string& a, const std::string& b);
-template <class T>
-bool Collection<T>::sameItemName(const std::string& a, const std::string& b) {
-    return sameDaoName(a, b);
-}
 
 class Property {
 public:

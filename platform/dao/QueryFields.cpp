@@ -5,10 +5,9 @@
 // and shows; it does not run the query, so no rows are read.
 #include <map>
 
-#include <QString>
-
 #include "platform/dao/DaoState.h"
 #include "platform/dao/QueryShape.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 
@@ -28,11 +27,11 @@ int sourceFieldCount(DatabaseState& db, const std::string& name, int depth) {
         }
     }
     for (const auto& entry : db.jet.catalogue())
-        if ((entry.type == jet::kObjectJetLink || entry.type == jet::kObjectOdbcLink) && jet::sameName(entry.name, name))
+        if ((entry.type == jet::kObjectJetLink || entry.type == jet::kObjectOdbcLink) && text::sameName(entry.name, name))
             return 0;  // its columns live in the other database
     const auto* query = db.findQuery(name);
     if (!query) throw daoError(errors::InputMissing, name);
-    const std::string key = QString::fromUtf8(name).toCaseFolded().toStdString();
+    const std::string key = text::foldedName(name);
     if (auto it = db.fieldCounts.find(key); it != db.fieldCounts.end()) return it->second;
     const int type = static_cast<int>(query->flags & 0xF0);
     const int count = countFields(db, queryShape(db.rowsOf(query->id), type), depth + 1);

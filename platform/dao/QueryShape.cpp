@@ -1,8 +1,7 @@
 #include "platform/dao/QueryShape.h"
 
-#include <QString>
-
 #include "platform/dao/SqlTokens.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 
@@ -16,17 +15,8 @@ constexpr int CrosstabRowHeading = 0x02;
 constexpr const char* UnionFirstPart = "X7YZ_____1";
 constexpr const char* UnionSecondPart = "X7YZ_____2";
 
-bool sameName(const std::string& a, const std::string& b) {
-    return QString::compare(QString::fromUtf8(a.data(), static_cast<qsizetype>(a.size())),
-                            QString::fromUtf8(b.data(), static_cast<qsizetype>(b.size())), Qt::CaseInsensitive) == 0;
-}
-
-std::string trimmed(const std::string& text) {
-    constexpr const char* blanks = " \t\r\n";
-    const size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
+using text::sameName;
+using text::trimmed;
 
 std::string textOf(const std::string& sql, const std::vector<Token>& tokens, size_t from, size_t to) {
     if (from >= to) return {};
@@ -119,9 +109,8 @@ void readSources(const std::string& sql, const std::vector<Token>& tokens, size_
                 }
             } else if (t.isName()) {
                 QueryInput input;
-                const bool bracketedSelect = t.kind == Token::Kind::Name && QString::fromStdString(t.text)
-                                                                                .trimmed()
-                                                                                .startsWith("select", Qt::CaseInsensitive);
+                const bool bracketedSelect =
+                    t.kind == Token::Kind::Name && sameName(trimmed(t.text).substr(0, 6), "select");
                 if (bracketedSelect && i + 1 < tokens.size() && tokens[i + 1].isSymbol('.')) {
                     input.sql = trimmed(t.text);  // Jet's "[SELECT ...]. AS x"
                     ++i;

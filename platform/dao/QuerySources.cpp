@@ -6,20 +6,15 @@
 #include <algorithm>
 #include <memory>
 
-#include <QString>
-
 #include "platform/dao/QueryClauses.h"
 #include "platform/dao/SqlNames.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao::sql {
 
 namespace {
 
-bool sameName(const std::string& a, const std::string& b) {
-    // Jet names compare without regard to case, in every script.
-    return QString::compare(QString::fromUtf8(a.data(), static_cast<qsizetype>(a.size())),
-                            QString::fromUtf8(b.data(), static_cast<qsizetype>(b.size())), Qt::CaseInsensitive) == 0;
-}
+using text::sameName;
 
 const char* joinWord(int type) {
     switch (type) {

@@ -2,6 +2,7 @@
 
 #include "platform/dao/QueryClauses.h"
 #include "platform/dao/SqlNames.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 
@@ -105,16 +106,9 @@ std::string crosstabSql(const QueryRowSet& rows) {
     return text;
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr const char* blanks = " \t\r\n";
-    const size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 std::string unionPart(const QueryRowSet& rows, const char* alias) {
     for (const QueryRow* row : rows.all(query_attribute::Source))
-        if (row->name2 == alias) return trimmed(row->expression.value_or(""));
+        if (row->name2 == alias) return text::trimmed(row->expression.value_or(""));
     return {};
 }
 

@@ -4,6 +4,7 @@
 // the error Jet gives for a statement it cannot read, so a new statement in
 // the program fails loudly instead of returning rows Jet would not.
 #include <algorithm>
+#include "platform/text/Names.h"
 #include <filesystem>
 #include <map>
 #include <set>
@@ -56,7 +57,7 @@ const Variant& Recordset::Value(int index) const {
 
 const Variant& Recordset::Value(const std::string& name) const {
     for (int i = 0; i < FieldsCount(); ++i)
-        if (sameDaoName(fields_.Item(i).Name(), name)) return Value(i);
+        if (text::sameName(fields_.Item(i).Name(), name)) return Value(i);
     throw daoError(errors::ItemNotFound);
 }
 
@@ -318,7 +319,7 @@ Source readQuery(DatabaseState& db, const jet::CatalogEntry& query, Want want, i
         if (column.size() >= 2 && column.front() == '[' && column.back() == ']') column = column.substr(1, column.size() - 2);
         std::size_t found = input.columns.size();
         for (std::size_t i = 0; i < input.columns.size(); ++i)
-            if (sameDaoName(input.columns[i], column)) found = i;
+            if (text::sameName(input.columns[i], column)) found = i;
         if (found == input.columns.size()) throw daoError(errors::NotSupported);
         picks.push_back(found);
         out.columns.push_back(output.alias.value_or(column));
@@ -346,7 +347,7 @@ Source readSource(DatabaseState& db, const std::string& name, Want want, int dep
             return readQuery(db, *query, want, depth);
         }
         for (const auto& entry : db.jet.catalogue()) {
-            if (entry.type != 6 || !jet::sameName(entry.name, name)) continue;
+            if (entry.type != jet::kObjectJetLink || !text::sameName(entry.name, name)) continue;
             // A table linked from another Jet file is read from there.
             std::error_code ec;
             if (!std::filesystem::exists(entry.database, ec)) throw daoError(errors::CouldNotFindFile, entry.database);
@@ -390,7 +391,7 @@ Recordset Database::OpenRecordset(const std::string& sql) const {
 
         auto columnIndex = [&](const std::string& column) {
             for (std::size_t i = 0; i < source.columns.size(); ++i)
-                if (sameDaoName(source.columns[i], column)) return i;
+                if (text::sameName(source.columns[i], column)) return i;
             // Jet takes an unknown name for a parameter it was not given.
             throw RuntimeError(3061, "Too few parameters. Expected 1.");
         };

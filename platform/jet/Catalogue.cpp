@@ -1,13 +1,14 @@
 #include "platform/jet/Catalogue.h"
 
 #include "platform/jet/Database.h"
+#include "platform/text/Names.h"
 
 namespace ql::jet {
 
 std::optional<std::size_t> columnIndex(const TableDef& table, std::string_view name) {
     const std::string wanted(name);
     for (std::size_t i = 0; i < table.columns.size(); ++i)
-        if (sameName(table.columns[i].name, wanted)) return i;
+        if (text::sameName(table.columns[i].name, wanted)) return i;
     return std::nullopt;
 }
 

@@ -12,6 +12,7 @@
 #include "platform/jet/RowDecoder.h"
 #include "platform/jet/TdefReader.h"
 #include "platform/jet/UsageMap.h"
+#include "platform/text/Names.h"
 
 namespace ql::jet {
 
@@ -22,38 +23,11 @@ namespace {
 // links are plenty and more is a loop.
 constexpr int kMaxOverflowLinks = 8;
 
-char32_t nextCodePoint(const std::string& s, std::size_t& i) {
-    const unsigned char c = s[i];
-    int extra = c < 0x80 ? 0 : c < 0xE0 ? 1 : c < 0xF0 ? 2 : 3;
-    char32_t cp = extra == 0 ? c : extra == 1 ? (c & 0x1F) : extra == 2 ? (c & 0x0F) : (c & 0x07);
-    ++i;
-    for (int k = 0; k < extra && i < s.size(); ++k, ++i) cp = (cp << 6) | (static_cast<unsigned char>(s[i]) & 0x3F);
-    return cp;
-}
-
-char32_t foldCase(char32_t c) {
-    if (c >= 'A' && c <= 'Z') return c + 32;
-    if (c < 0x80) return c;
-    if ((c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 32;
-    if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 && c != 0x178)
-        return ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) ? ((c & 1) ? c + 1 : c) : (c | 1);
-    if (c >= 0x391 && c <= 0x3AB && c != 0x3A2) return c + 32;
-    if (c >= 0x410 && c <= 0x42F) return c + 32;
-    if (c >= 0x400 && c <= 0x40F) return c + 80;
-    return c;
-}
 }  // namespace
-
-bool sameName(const std::string& a, const std::string& b) {
-    std::size_t i = 0, j = 0;
-    while (i < a.size() && j < b.size())
-        if (foldCase(nextCodePoint(a, i)) != foldCase(nextCodePoint(b, j))) return false;
-    return i == a.size() && j == b.size();
-}
 
 const Value* CatalogEntry::field(const std::string& column) const {
     for (const auto& [name, value] : raw)
-        if (sameName(name, column)) return &value;
+        if (text::sameName(name, column)) return &value;
     return nullptr;
 }
 
@@ -272,7 +246,7 @@ const std::vector<std::string>& Database::catalogueProblems() const { return imp
 
 const CatalogEntry* Database::findObject(const std::string& name, std::int16_t type) const {
     for (const CatalogEntry& e : impl_->catalogue)
-        if (e.type == type && sameName(e.name, name)) return &e;
+        if (e.type == type && text::sameName(e.name, name)) return &e;
     return nullptr;
 }
 

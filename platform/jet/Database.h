@@ -153,8 +153,4 @@ private:
     std::shared_ptr<Impl> impl_;
 };
 
-// Jet's comparison of object names: without regard to case (Unicode simple
-// case folding of the Latin, Greek and Cyrillic letters).
-bool sameName(const std::string& a, const std::string& b);
-
 }  // namespace ql::jet

@@ -5,12 +5,13 @@
 
 #include "platform/jet/Database.h"
 #include "platform/jet/RowDecoder.h"
+#include "platform/text/Names.h"
 
 namespace ql::jet {
 
 const Property* PropertyBlock::find(const std::string& wanted) const {
     for (const Property& p : properties)
-        if (sameName(p.name, wanted)) return &p;
+        if (text::sameName(p.name, wanted)) return &p;
     return nullptr;
 }
 
@@ -22,7 +23,7 @@ const PropertyBlock* PropertyBlob::objectBlock() const {
 
 const PropertyBlock* PropertyBlob::block(const std::string& wanted) const {
     for (const PropertyBlock& b : blocks)
-        if (!b.objectLevel && sameName(b.name, wanted)) return &b;
+        if (!b.objectLevel && text::sameName(b.name, wanted)) return &b;
     return nullptr;
 }
 

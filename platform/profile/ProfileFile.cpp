@@ -6,28 +6,15 @@
 #include <vector>
 
 #include "platform/files/OutputFiles.h"
+#include "platform/text/Names.h"
 
 namespace ql::profile {
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
 
-std::string_view trim(std::string_view s) {
-    const auto first = s.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    const auto last = s.find_last_not_of(kBlanks);
-    return s.substr(first, last - first + 1);
-}
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        auto lower = [](unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 32 : c; };
-        if (lower(static_cast<unsigned char>(a[i])) != lower(static_cast<unsigned char>(b[i])))
-            return false;
-    }
-    return true;
-}
+// Blanks around names and values; a line end is not one.
+std::string_view trim(std::string_view s) { return text::trimmedView(s, kBlanks); }
 
 struct ParsedFile {
     std::vector<std::string> lines;
@@ -115,7 +102,7 @@ std::optional<SectionRange> findSection(const std::vector<std::string>& lines,
                                         std::string_view section) {
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const auto name = sectionName(lines[i]);
-        if (!name || !equalsNoCase(*name, section)) continue;
+        if (!name || !text::sameName(*name, section)) continue;
         std::size_t end = i + 1;
         while (end < lines.size() && !sectionName(lines[end])) ++end;
         return SectionRange{i, end};
@@ -139,7 +126,7 @@ void setEntry(ParsedFile& file, std::string_view section, std::string_view key,
     std::size_t lastEntry = range->header;
     for (std::size_t i = range->header + 1; i < range->end; ++i) {
         const auto kv = keyValue(lines[i]);
-        if (kv && equalsNoCase(kv->first, key)) {
+        if (kv && text::sameName(kv->first, key)) {
             // Keep the key as the file spells it; only the value changes.
             lines[i] = std::string(kv->first) + "=" + std::string(value);
             return;
@@ -164,7 +151,7 @@ std::string readProfileString(const std::filesystem::path& path, std::string_vie
     if (!range) return cutTo(std::string(defaultValue), limit);
     for (std::size_t i = range->header + 1; i < range->end; ++i) {
         const auto kv = keyValue(file.lines[i]);
-        if (kv && equalsNoCase(kv->first, trim(key))) return cutTo(unquote(kv->second), limit);
+        if (kv && text::sameName(kv->first, trim(key))) return cutTo(unquote(kv->second), limit);
     }
     return cutTo(std::string(defaultValue), limit);
 }

@@ -8,18 +8,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include "platform/text/Names.h"
+
 namespace ql::profile {
 namespace {
-
-bool sameNameNoCase(const std::string& a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        auto lower = [](unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 32 : c; };
-        if (lower(static_cast<unsigned char>(a[i])) != lower(static_cast<unsigned char>(b[i])))
-            return false;
-    }
-    return true;
-}
 
 bool writableFolder(const std::filesystem::path& folder) {
     return !folder.empty() && ::access(folder.c_str(), W_OK | X_OK) == 0;
@@ -56,10 +48,10 @@ std::filesystem::path SettingsFile::path(std::string_view spelledName) const {
     // An existing file under any spelling of the name is the file.
     for (std::filesystem::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
         const auto name = it->path().filename().string();
-        if (sameNameNoCase(name, spelledName)) return it->path();
+        if (text::sameName(name, spelledName)) return it->path();
     }
     // A new file always gets the one spelling, whichever caller creates it.
-    if (sameNameNoCase(std::string(kSettingsFileName), spelledName))
+    if (text::sameName(std::string(kSettingsFileName), spelledName))
         return dir / std::string(kSettingsFileName);
     return dir / std::string(spelledName);
 }

@@ -1,7 +1,8 @@
 #include "platform/vba/DirStream.h"
 
 #include "platform/vba/ByteReader.h"
-#include "platform/vba/TextCodec.h"
+#include "platform/text/CodePage.h"
+#include "platform/text/Unicode.h"
 #include "platform/vba/VbaError.h"
 
 namespace ql::vba {
@@ -66,13 +67,13 @@ DirInfo parseDirStream(std::string_view data) {
             current.mbcsName = std::string(body);
             break;
         case kModuleNameUnicode:
-            current.module.name = utf16leToUtf8(body);
+            current.module.name = text::utf16leToUtf8(body, text::OddByte::Replace);
             break;
         case kModuleStreamName:
             current.mbcsStream = std::string(body);
             break;
         case kModuleStreamNameUnicode:
-            current.module.streamName = utf16leToUtf8(body);
+            current.module.streamName = text::utf16leToUtf8(body, text::OddByte::Replace);
             break;
         case kModuleOffset:
             current.module.textOffset = detail::u32(body, 0, "module text offset");
@@ -100,8 +101,8 @@ DirInfo parseDirStream(std::string_view data) {
         throw VbaError(VbaErrorKind::Corrupt, "dir stream ends before its terminator record");
 
     for (auto& m : pending) {
-        if (m.module.name.empty()) m.module.name = decodeCodePage(m.mbcsName, info.codePage);
-        if (m.module.streamName.empty()) m.module.streamName = decodeCodePage(m.mbcsStream, info.codePage);
+        if (m.module.name.empty()) m.module.name = text::decodeCodePage(m.mbcsName, info.codePage);
+        if (m.module.streamName.empty()) m.module.streamName = text::decodeCodePage(m.mbcsStream, info.codePage);
         info.modules.push_back(std::move(m.module));
     }
     return info;

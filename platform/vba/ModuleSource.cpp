@@ -1,6 +1,7 @@
 #include "platform/vba/ModuleSource.h"
 
-#include "platform/vba/TextCodec.h"
+#include "platform/text/CodePage.h"
+#include "platform/text/Unicode.h"
 
 #include <stdexcept>
 
@@ -36,11 +37,11 @@ bool isAttributeLine(std::string_view line) {
 ModuleSource::ModuleSource(std::string_view stored, int codePage) {
     // Lines are split on the stored bytes: CR and LF never occur inside a
     // character of the ANSI code pages VBA uses, single- or double-byte.
-    stored_ = decodeCodePage(stored, codePage);
-    undecodable_ = hasReplacementCharacter(stored_);
+    stored_ = text::decodeCodePage(stored, codePage);
+    undecodable_ = text::hasReplacementCharacter(stored_);
     for (std::string_view line : splitLines(stored)) {
         if (isAttributeLine(line)) continue;
-        lines_.push_back(decodeCodePage(line, codePage));
+        lines_.push_back(text::decodeCodePage(line, codePage));
     }
 }
 

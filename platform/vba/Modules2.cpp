@@ -1,7 +1,8 @@
 #include "platform/vba/Modules2.h"
 
 #include "platform/vba/ByteReader.h"
-#include "platform/vba/TextCodec.h"
+#include "platform/text/CodePage.h"
+#include "platform/text/Unicode.h"
 #include "platform/vba/VbaError.h"
 
 #include <map>
@@ -34,7 +35,7 @@ std::vector<Modules2Record> parseModules2Blob(std::string_view blob) {
         const std::uint8_t nameLength = detail::u8(blob, p, "module blob record name length");
         detail::require(blob, p + 1, nameLength, "module blob record name");
         Modules2Record record;
-        record.name = withoutTerminator(utf16leToUtf8(blob.substr(p + 1, nameLength)));
+        record.name = withoutTerminator(text::utf16leToUtf8(blob.substr(p + 1, nameLength), text::OddByte::Replace));
         p += 1u + nameLength;
         const std::uint32_t size = detail::u32(blob, p, "module blob record size");
         detail::require(blob, p + 4, size, "module blob record data");

@@ -5,7 +5,8 @@
 #include "platform/vba/CompoundFile.h"
 #include "platform/vba/Decompressor.h"
 #include "platform/vba/Modules2.h"
-#include "platform/vba/TextCodec.h"
+#include "platform/text/CodePage.h"
+#include "platform/text/Unicode.h"
 
 namespace ql::vba {
 namespace {
@@ -27,9 +28,9 @@ bool asciiCaseEqual(std::string_view a, std::string_view b) { return sameEntryNa
 // The project's own code page when iconv can decode it, else the file's,
 // else windows-1252.
 int chooseCodePage(int projectCodePage, int databaseCodePage) {
-    if (codePageSupported(projectCodePage)) return projectCodePage;
-    if (codePageSupported(databaseCodePage)) return databaseCodePage;
-    return kFallbackCodePage;
+    if (text::codePageSupported(projectCodePage)) return projectCodePage;
+    if (text::codePageSupported(databaseCodePage)) return databaseCodePage;
+    return text::kFallbackCodePage;
 }
 
 void recordModuleError(ProjectModule& module, const VbaError& error) {
@@ -83,7 +84,7 @@ std::vector<std::string> projectStreamModuleNames(std::string_view text, int cod
             std::string_view value = line.substr(key.size());
             // Document modules carry a version cookie after a slash.
             if (key == "Document=") value = value.substr(0, value.find('/'));
-            names.push_back(decodeCodePage(value, codePage));
+            names.push_back(text::decodeCodePage(value, codePage));
         }
     }
     return names;

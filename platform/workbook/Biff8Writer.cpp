@@ -13,7 +13,7 @@
 #include <unordered_map>
 
 #include "platform/workbook/SheetName.h"
-#include "platform/workbook/Utf16Text.h"
+#include "platform/text/Unicode.h"
 
 namespace ql::workbook {
 
@@ -520,7 +520,7 @@ void checkModel(const WorkbookModel& model) {
     for (const SheetModel& sheet : model.sheets) {
         if (auto problem = sheetNameProblem(sheet.name)) throw std::invalid_argument(*problem);
         if (!names.insert(sheetNameKey(sheet.name)).second)
-            throw std::invalid_argument("Two sheets share the name '" + toUtf8(sheet.name) + "'.");
+            throw std::invalid_argument("Two sheets share the name '" + text::toUtf8(sheet.name) + "'.");
         for (const auto& [at, content] : sheet.cells) {
             if (at.first < 0 || at.first >= MaxRows || at.second < 0 || at.second >= MaxColumns)
                 throw std::invalid_argument("A cell lies outside the sheet.");

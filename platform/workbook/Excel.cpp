@@ -10,7 +10,7 @@
 #include "platform/workbook/Biff8Writer.h"
 #include "platform/workbook/CompoundFile.h"
 #include "platform/workbook/SheetName.h"
-#include "platform/workbook/Utf16Text.h"
+#include "platform/text/Unicode.h"
 
 namespace ql::workbook {
 
@@ -63,7 +63,7 @@ void checkNewName(const WorkbookState& book, const SheetState* self, std::u16str
     const std::string key = sheetNameKey(name);
     for (const auto& other : book.sheets)
         if (other.get() != self && sheetNameKey(other->name) == key)
-            raise(MethodFailed, "Cannot rename a sheet to '" + toUtf8(name) +
+            raise(MethodFailed, "Cannot rename a sheet to '" + text::toUtf8(name) +
                                     "': another sheet of the workbook has that name.");
 }
 
@@ -72,7 +72,7 @@ std::shared_ptr<SheetState> newSheet(WorkbookState& book) {
     // Excel numbers new sheets on from the last number it gave, skipping a
     // name the user has taken meanwhile.
     for (;;) {
-        sheet->name = toUtf16("Sheet" + std::to_string(++book.lastSheetNumber));
+        sheet->name = text::toUtf16("Sheet" + std::to_string(++book.lastSheetNumber));
         const std::string key = sheetNameKey(sheet->name);
         if (std::none_of(book.sheets.begin(), book.sheets.end(),
                          [&](const auto& s) { return sheetNameKey(s->name) == key; }))
@@ -86,7 +86,7 @@ std::shared_ptr<SheetState> newSheet(WorkbookState& book) {
 
 Range& Range::operator=(std::string_view text) {
     live(book_);
-    std::u16string units = toUtf16(text);
+    std::u16string units = text::toUtf16(text);
     if (units.size() > MaxCellTextLength)
         raise(MethodFailed, "A cell can hold at most 32767 characters; this text has " +
                                 std::to_string(units.size()) + ".");
@@ -107,7 +107,7 @@ CellValue Range::Value() const {
     live(book_);
     const auto it = sheet_->cells.find({row_ - 1, column_ - 1});
     if (it == sheet_->cells.end()) return std::monostate{};
-    if (const auto* text = std::get_if<std::u16string>(&it->second)) return toUtf8(*text);
+    if (const auto* text = std::get_if<std::u16string>(&it->second)) return text::toUtf8(*text);
     return std::get<double>(it->second);
 }
 
@@ -115,12 +115,12 @@ CellValue Range::Value() const {
 
 std::string Worksheet::Name() const {
     live(book_);
-    return toUtf8(sheet_->name);
+    return text::toUtf8(sheet_->name);
 }
 
 void Worksheet::SetName(std::string_view name) {
     WorkbookState& book = live(book_);
-    std::u16string units = toUtf16(name);
+    std::u16string units = text::toUtf16(name);
     checkNewName(book, sheet_.get(), units);
     sheet_->name = std::move(units);
 }
@@ -152,7 +152,7 @@ Worksheet SheetList::Item(int index) const {
 
 Worksheet SheetList::Item(std::string_view name) const {
     const WorkbookState& book = live(book_);
-    const std::string key = sheetNameKey(toUtf16(name));
+    const std::string key = sheetNameKey(text::toUtf16(name));
     for (const auto& sheet : book.sheets)
         if (sheetNameKey(sheet->name) == key) return Worksheet(book_, sheet);
     raiseSubscript();

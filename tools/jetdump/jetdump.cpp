@@ -11,6 +11,7 @@
 #include <iostream>
 #include <string>
 
+#include "platform/text/Names.h"
 #include "platform/jet/Database.h"
 
 using namespace ql::jet;
@@ -99,7 +100,7 @@ void printTable(const Database& db, const std::string& name, long limit) {
 
 void printProperties(const Database& db, const std::string& name) {
     for (const CatalogEntry& e : db.catalogue()) {
-        if (!sameName(e.name, name)) continue;
+        if (!ql::text::sameName(e.name, name)) continue;
         const PropertyBlob blob = db.properties(e.lvProp());
         std::cout << e.name << " (type " << e.type << "): " << blob.names.size() << " names\n";
         for (const PropertyBlock& b : blob.blocks) {

@@ -76,14 +76,6 @@ TEST(NumericValues, ExactDecimalText) {
     EXPECT_EQ((Decimal{true, 0, 0}.toString()), "0");
 }
 
-TEST(ObjectNames, CompareWithoutCaseAcrossScripts) {
-    EXPECT_TRUE(sameName("Order Details", "ORDER details"));
-    EXPECT_TRUE(sameName("\xC3\x84pfel", "\xC3\xA4PFEL"));                          // Äpfel
-    EXPECT_TRUE(sameName("\xD0\x9A\xD0\xBB\xD0\xB8\xD0\xB5\xD0\xBD\xD1\x82", "\xD0\xBA\xD0\x9B\xD0\x98\xD0\x95\xD0\x9D\xD0\xA2"));  // Клиент
-    EXPECT_FALSE(sameName("Orders", "Order"));
-    EXPECT_FALSE(sameName("a", "b"));
-}
-
 TEST(HeaderFacts, PasswordCreationDateAndLookupByName) {
     const Database pwd = Database::open(ql::test::corpusFile("j4_pwd2003.mdb"));
     EXPECT_EQ(pwd.header().password, "password");
