@@ -552,7 +552,12 @@ void frmQuarrylantern::runCommand(const std::function<void(grids::WindowContext&
     close();
 }
 
+bool frmQuarrylantern::commandStarts(const std::string& command) {
+    return !services_.commandStarting || services_.commandStarting(command);
+}
+
 void frmQuarrylantern::cmdFind_Click() {
+    if (!commandStarts("cmdFind_Click")) return;
     const jet::Database* before = state_.CurrentDb ? &state_.CurrentDb->jet() : nullptr;
     runCommand([](grids::WindowContext& ctx) { open::cmdFind_Click(ctx); });
     // A query's SQL shown from the previous database is not the new one's.
@@ -565,18 +570,22 @@ void frmQuarrylantern::cmdFind_Click() {
 // run only near its end; the controls that would start it again are
 // switched off by the run itself, at that end.
 void frmQuarrylantern::cmdAnalyse_Click() {
+    if (!commandStarts("cmdAnalyse_Click")) return;
     runCommand([](grids::WindowContext& ctx) { analysis::cmdAnalyse_Click(ctx); });
 }
 
 void frmQuarrylantern::cmdOut_Click() {
+    if (!commandStarts("cmdOut_Click")) return;
     runCommand([](grids::WindowContext& ctx) { report::cmdOut_Click(ctx); });
 }
 
 void frmQuarrylantern::cmdView_Click() {
+    if (!commandStarts("cmdView_Click")) return;
     runCommand([this](grids::WindowContext& ctx) { viewers::cmdView_Click(ctx, *services_.registry); });
 }
 
 void frmQuarrylantern::optFormat_Click(int index) {
+    if (!commandStarts("optFormat_Click " + std::to_string(index))) return;
     runCommand([this, index](grids::WindowContext& ctx) {
         report::optFormat_Click(ctx, index, *services_.registry);
     });
@@ -835,6 +844,7 @@ bool frmQuarrylantern::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmQuarrylantern::cmdClose_Click() {
+    if (!commandStarts("cmdClose_Click")) return;
     // An XML report gets its closing root line once more, the workbook is
     // let go; a failure there is shown and the window closes all the same.
     runTrapped([this] { report::closeOutput(*context_); });

@@ -57,6 +57,10 @@ struct Services {
     // While a command reads a large file, the window repaints at most this
     // often (and no more than the reader reports progress).
     std::chrono::milliseconds eventPumpInterval{50};
+    // Told of each command the user gives ("cmdFind_Click", "optFormat_Click 2",
+    // "cmdClose_Click" ...) before it runs; false keeps it from running. A
+    // test's stand-in uses it to see which commands a click reaches.
+    std::function<bool(const std::string& command)> commandStarting;
 };
 
 inline constexpr int kSelectButtonCount = 20;
@@ -69,17 +73,17 @@ public:
     ~frmQuarrylantern() override;
 
     // The start-up sequence; shows the window and asks the security question.
-    virtual void Form_Load();
+    void Form_Load();
 
     // Commands of later work steps; each is wired to its button and menu item.
-    virtual void cmdFind_Click();
-    virtual void cmdOut_Click();
-    virtual void cmdAnalyse_Click();
-    virtual void cmdView_Click();
-    virtual void optFormat_Click(int index);
-    virtual void lstItem_Click();
-    virtual void MakeGridVisible(int grid);
-    virtual void cmdTrans_Click(int index);
+    void cmdFind_Click();
+    void cmdOut_Click();
+    void cmdAnalyse_Click();
+    void cmdView_Click();
+    void optFormat_Click(int index);
+    void lstItem_Click();
+    void MakeGridVisible(int grid);
+    void cmdTrans_Click(int index);
     // A double click on row `row` (counted from 0) of grid `grid`: a query
     // row of the queries grid opens its SQL; anything else does nothing.
     void lvwGrid_DblClick(int grid, int row);
@@ -87,8 +91,8 @@ public:
     void AutoSizeGridColumns(int grid);
 
     // Commands of the shell.
-    virtual void cmdClose_Click();
-    virtual void Form_Unload();
+    void cmdClose_Click();
+    void Form_Unload();
     void chkIncludeStats_Click();
     void chkIncludeStats_KeyPress(int keyAscii);
     void chkQryControl_Click();
@@ -106,21 +110,23 @@ public:
     void SetStatusText(const std::string& text);
 
     // The per-section translations behind cmdTrans.
-    virtual void TransTables() {}
-    virtual void TransViews() {}
-    virtual void TransIndexes() {}
-    virtual void TransRelations() {}
-    virtual void TransForms() {}
-    virtual void TransReports() {}
-    virtual void TransMacros() {}
-    virtual void TransModules() {}
-    virtual void TransDataPages() {}
+    void TransTables() {}
+    void TransViews() {}
+    void TransIndexes() {}
+    void TransRelations() {}
+    void TransForms() {}
+    void TransReports() {}
+    void TransMacros() {}
+    void TransModules() {}
+    void TransDataPages() {}
 
     // Runs a command of another folder on the window's context. An error
     // that no handler of the command takes is reported as the runtime
     // reports it, and the window closes. While it runs, long reads keep the
     // window painted without letting the user's input in.
     void runCommand(const std::function<void(grids::WindowContext&)>& command);
+    // Asks the services' commandStarting, when there is one.
+    bool commandStarts(const std::string& command);
     grids::WindowContext& context() { return *context_; }
     grids::WindowControls& controls();
     // The last query SQL window opened, while it is open.

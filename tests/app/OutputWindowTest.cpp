@@ -32,8 +32,10 @@ protected:
         window_->cmdOut()->click();
     }
     void chooseFormat(int index) {
+        window_->runFormats = true;
         window_->optFormat(index)->setChecked(true);
-        window_->app::frmQuarrylantern::optFormat_Click(index);
+        window_->optFormat_Click(index);
+        window_->runFormats = false;
     }
     // A failed choice: said with its path, nothing kept, to be made again.
     void expectChoiceOpen(const fs::path& failed) {

@@ -52,26 +52,25 @@ struct WatchedUi : ScriptedUi {
     }
 };
 
+// The window, with a stand-in that records each command a click reaches and
+// lets it run only when the test asks for it (closing always runs; the
+// report side of a format is not the window's concern and never runs).
 class TestWindow : public app::frmQuarrylantern {
 public:
-    using frmQuarrylantern::frmQuarrylantern;
+    explicit TestWindow(app::Services services) : frmQuarrylantern(withRecorder(std::move(services), *this)) {}
     bool runCommands = false;
+    bool runFormats = false;  // a test that chooses a format itself
     std::vector<std::string> calls;
 
-    void cmdFind_Click() override { record("cmdFind_Click", [this] { frmQuarrylantern::cmdFind_Click(); }); }
-    void cmdOut_Click() override { record("cmdOut_Click", [this] { frmQuarrylantern::cmdOut_Click(); }); }
-    void cmdAnalyse_Click() override { record("cmdAnalyse_Click", [this] { frmQuarrylantern::cmdAnalyse_Click(); }); }
-    void cmdView_Click() override { record("cmdView_Click", [this] { frmQuarrylantern::cmdView_Click(); }); }
-    // The report side of a format is not this window's concern: never run.
-    void optFormat_Click(int index) override { calls.push_back("optFormat_Click " + std::to_string(index)); }
-    void cmdClose_Click() override {
-        calls.push_back("cmdClose_Click");
-        frmQuarrylantern::cmdClose_Click();
-    }
 private:
-    void record(const char* name, const std::function<void()>& base) {
-        calls.push_back(name);
-        if (runCommands) base();
+    static app::Services withRecorder(app::Services services, TestWindow& window) {
+        services.commandStarting = [&window](const std::string& command) {
+            window.calls.push_back(command);
+            if (command == "cmdClose_Click") return true;
+            if (command.starts_with("optFormat_Click")) return window.runFormats;
+            return window.runCommands;
+        };
+        return services;
     }
 };
 
