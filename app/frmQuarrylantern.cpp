@@ -40,6 +40,7 @@
 #include "grids/Fillers.h"
 #include "grids/UnhandledError.h"
 #include "open/FindDatabase.h"
+#include "platform/Invariant.h"
 #include "platform/vb/VbText.h"
 #include "report/OutputDestination.h"
 #include "platform/vba/Automation.h"
@@ -726,6 +727,7 @@ void frmQuarrylantern::cmdSelect_Click(int index) {
 
 void frmQuarrylantern::nameSelectionChanged(int list) {
     if (mirroring_) return;
+    QL_INVARIANT(list >= 0 && list < grids::kNameListCount);
     auto& names = state_.lstData[static_cast<std::size_t>(list)];
     auto* widget = lstData(list);
     for (int i = 0; i < names.ListCount() && i < widget->count(); ++i)
@@ -735,6 +737,7 @@ void frmQuarrylantern::nameSelectionChanged(int list) {
 void frmQuarrylantern::mirrorNameList(int i) {
     auto* widget = lstData(i);
     if (!widget) return;
+    QL_INVARIANT(i >= 0 && i < grids::kNameListCount);
     const auto& names = state_.lstData[static_cast<std::size_t>(i)];
     mirroring_ = true;
     if (widget->count() != names.ListCount()) {
@@ -751,6 +754,7 @@ void frmQuarrylantern::mirrorNameList(int i) {
 
 void frmQuarrylantern::mirrorGrid(int i) {
     auto* view = lvwGrid(i);
+    QL_INVARIANT(view && i >= 0 && i < grids::kGridCount);
     const auto& grid = state_.lvwGrid[static_cast<std::size_t>(i)];
     // Drawn from scratch: a grid refilled by a later run keeps nothing of
     // its earlier rows or columns.

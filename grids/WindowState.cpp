@@ -1,5 +1,7 @@
 #include "grids/WindowState.h"
+
 #include "grids/WindowControls.h"
+#include "platform/Invariant.h"
 
 namespace ql::grids {
 
@@ -43,6 +45,7 @@ void clearResults(WindowState& state) {
 bool applySelectButton(WindowState& state, int index) {
     const auto action = selectButtonAction(index);
     if (!action) return false;
+    QL_INVARIANT(action->list >= 0 && action->list < kNameListCount);
     auto& list = state.lstData[static_cast<std::size_t>(action->list)];
     for (int i = 0; i < list.ListCount(); ++i) list.SetSelected(i, action->select);
     return true;
