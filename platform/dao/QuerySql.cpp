@@ -74,8 +74,9 @@ std::string updateSql(const QueryRowSet& rows) {
     std::vector<std::string> assignments;
     for (const QueryRow* row : rows.all(query_attribute::Column))
         assignments.push_back(sqlQualifiedName(row->name2.value_or("")) + " = " + row->expression.value_or(""));
-    std::string text = "UPDATE " + sql::predicates(rows) + sql::sourceList(rows);
-    text += std::string(CrLf) + "SET " + sql::joinTexts(assignments, ", ");
+    // Access keeps SET on the UPDATE line; only WHERE starts a line of its own.
+    std::string text = "UPDATE " + sql::predicates(rows) + sql::sourceList(rows) + " SET " +
+                       sql::joinTexts(assignments, ", ");
     if (const QueryRow* where = rows.first(query_attribute::Where); where && where->expression)
         text += std::string(CrLf) + "WHERE " + *where->expression;
     return text;
@@ -106,16 +107,24 @@ std::string crosstabSql(const QueryRowSet& rows) {
     return text;
 }
 
+// A half as Jet keeps it: the text the user wrote before or after UNION,
+// blank lines included.
 std::string unionPart(const QueryRowSet& rows, const char* alias) {
     for (const QueryRow* row : rows.all(query_attribute::Source))
-        if (row->name2 == alias) return text::trimmed(row->expression.value_or(""));
+        if (row->name2 == alias) return row->expression.value_or("");
     return {};
 }
 
 std::string unionSql(const QueryRowSet& rows) {
-    std::string text = unionPart(rows, UnionFirstPart) + CrLf + "UNION ";
+    // The first half keeps the line ends the user put before UNION (a half
+    // that ends without one still needs a break before the keyword); the
+    // second is trimmed, as ORDER BY and the end of the statement follow it.
+    std::string text = unionPart(rows, UnionFirstPart);
+    text.erase(0, std::min(text.size(), text.find_first_not_of(text::kBlanks)));
+    if (text.empty() || text::kBlanks.find(text.back()) == std::string_view::npos) text += CrLf;
+    text += "UNION ";
     if (!(rows.options() & query_option::Distinct)) text += "ALL ";
-    text += unionPart(rows, UnionSecondPart);
+    text += text::trimmed(unionPart(rows, UnionSecondPart));
     // Only ORDER BY follows a union; its halves carry their own clauses.
     text += sql::orderByLine(rows);
     return text;

@@ -51,7 +51,7 @@ std::map<std::string, std::string> querytestExpected(int jetVersion) {
          "FROM Table3, Table1 INNER JOIN Table2 ON [Table1].[col1]=[Table2].[col1];\r\n"},
         {"UpdateQuery",
          "PARAMETERS [User Name] " + textType + ";\r\n"
-         "UPDATE Table1\r\n"
+         "UPDATE Table1 "
          "SET Table1.col1 = \"foo\", Table1.col2 = [Table2].[col3], [Table2].[col1] = [User Name]\r\n"
          "WHERE ((([Table2].[col1]) Is Not Null));\r\n"},
         {"MakeTableQuery",
@@ -145,8 +145,18 @@ TEST(QuerySqlCorpus, NamesInOtherScripts) {
               "GROUP BY name_department.name\r\n"
               "ORDER BY Count(сотруднки.Код_кафедры) DESC;\r\n");
     EXPECT_EQ(sqlOf(db, "Запрос на увеличение оклада сотрудников на 30%"),
-              "UPDATE сотруднки\r\n"
+              "UPDATE сотруднки "
               "SET сотруднки.Оклад = [сотруднки]![Оклад]*1.3;\r\n");
+}
+
+// A union whose first half was saved with a blank line (and its own ";")
+// before UNION keeps both.
+TEST(QuerySqlCorpus, AUnionKeepsTheFirstHalfAsSaved) {
+    const auto db = open("j4_admfinanceiro.mdb");
+    const std::string sql = sqlOf(db, "rptCategoriasMovimentos");
+    EXPECT_NE(sql.find("FROM qryDefinicaoDespesas;\r\n\r\nUNION SELECT qryDefinicaoReceitas.Definicao"),
+              std::string::npos)
+        << sql;
 }
 
 // A saved query's rows as mdb-export (an independent reader) prints them.

@@ -155,7 +155,7 @@ TEST(QuerySqlActions, UpdateOverJoinedSources) {
                                         set,
                                         row(attr::Where, 0, 0, "((Categories.Name=\"Tea\"))")};
     EXPECT_EQ(sql(rows),
-              "UPDATE DISTINCTROW Categories INNER JOIN Products ON Categories.ID = Products.CategoryID\r\n"
+              "UPDATE DISTINCTROW Categories INNER JOIN Products ON Categories.ID = Products.CategoryID "
               "SET Products.[Unit Price] = [Price]*1.1\r\nWHERE ((Categories.Name=\"Tea\"));\r\n");
 }
 
@@ -165,11 +165,15 @@ TEST(QuerySqlActions, DeleteWithAndWithoutColumns) {
     EXPECT_EQ(sql({kind(5), source("T"), row(attr::Where, 0, 0, "(T.a=1)")}), "DELETE\r\nFROM T\r\nWHERE (T.a=1);\r\n");
 }
 
-TEST(QuerySqlUnion, PartsTrimmedOrderByAndAllWhenNotDistinct) {
+TEST(QuerySqlUnion, FirstHalfKeepsItsLineEndsOrderByAndAllWhenNotDistinct) {
     const std::vector<QueryRow> rows = {kind(9), options(0), row(attr::Source, 0, "X7YZ_____2", "  SELECT b FROM U \r\n"),
                                         row(attr::Source, 0, "X7YZ_____1", "\r\nSELECT a\r\nFROM T  \r\n\r\n"),
                                         row(attr::OrderBy, "D", 0, "a")};
-    EXPECT_EQ(sql(rows), "SELECT a\r\nFROM T\r\nUNION ALL SELECT b FROM U\r\nORDER BY a DESC;\r\n");
+    EXPECT_EQ(sql(rows), "SELECT a\r\nFROM T  \r\n\r\nUNION ALL SELECT b FROM U\r\nORDER BY a DESC;\r\n");
+    // A first half stored without a line end still gets one before UNION.
+    EXPECT_EQ(sql({kind(9), options(0x02), row(attr::Source, 0, "X7YZ_____1", "SELECT a FROM T"),
+                   row(attr::Source, 0, "X7YZ_____2", "SELECT b FROM U")}),
+              "SELECT a FROM T\r\nUNION SELECT b FROM U;\r\n");
 }
 
 TEST(QuerySqlSavedText, DdlAndPassThroughAreVerbatim) {
