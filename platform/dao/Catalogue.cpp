@@ -5,9 +5,9 @@
 // with the queries; what the user may read is asked of DatabaseState
 // (Security.cpp).
 #include <algorithm>
-#include "platform/text/Names.h"
 
 #include "platform/dao/DaoState.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 

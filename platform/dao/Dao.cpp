@@ -3,12 +3,12 @@
 // Variants, the saved queries' stored rows (MSysQueries) read once per
 // database, and a query's type and SQL rebuilt from them (QuerySql).
 #include "platform/dao/Dao.h"
-#include "platform/text/Names.h"
 
 #include <map>
 
 #include "platform/dao/DaoState.h"
 #include "platform/dao/QuerySql.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 

@@ -1,14 +1,14 @@
 #include "platform/dao/QueryShape.h"
 
-#include "platform/dao/SqlTokens.h"
+#include "platform/jetsql/Tokens.h"
 #include "platform/text/Names.h"
 
 namespace ql::dao {
 
 namespace {
 
-using sql::Token;
-using sql::tokenize;
+using jetsql::Token;
+using jetsql::tokenize;
 
 constexpr int CrosstabPivot = 0x01;
 constexpr int CrosstabRowHeading = 0x02;

@@ -4,19 +4,19 @@
 // the error Jet gives for a statement it cannot read, so a new statement in
 // the program fails loudly instead of returning rows Jet would not.
 #include <algorithm>
-#include "platform/text/Names.h"
 #include <filesystem>
 #include <map>
 #include <set>
 
 #include "platform/dao/DaoState.h"
 #include "platform/dao/QueryShape.h"
-#include "platform/dao/SqlTokens.h"
+#include "platform/jetsql/Tokens.h"
+#include "platform/text/Names.h"
 #include "platform/vb/VbText.h"
 
 namespace ql::dao {
 
-using sql::Token;
+using jetsql::Token;
 
 // ---- the recordset ------------------------------------------------------
 
@@ -94,7 +94,7 @@ struct Statement {
 
 class Parser {
 public:
-    explicit Parser(const std::string& sql) : sql_(sql), tokens_(sql::tokenize(sql)) {}
+    explicit Parser(const std::string& sql) : sql_(sql), tokens_(jetsql::tokenize(sql)) {}
 
     Statement parse() {
         Statement st;

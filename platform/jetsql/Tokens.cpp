@@ -1,9 +1,9 @@
-#include "platform/dao/SqlTokens.h"
+#include "platform/jetsql/Tokens.h"
 
 #include <cctype>
 #include <strings.h>
 
-namespace ql::dao::sql {
+namespace ql::jetsql {
 
 bool Token::isWord(const char* word) const {
     return kind == Kind::Word && strcasecmp(text.c_str(), word) == 0;
@@ -33,7 +33,17 @@ std::vector<Token> tokenize(const std::string& text) {
         token.begin = i;
         token.depth = depth;
         if (c == '[') {
-            const size_t close = text.find(']', i + 1);
+            // Names hold no brackets, but Access's "[SELECT ...]." derived
+            // tables hold bracketed names: the closing bracket is the one
+            // that balances.
+            size_t close = std::string::npos;
+            for (size_t j = i + 1, open = 1; j < text.size(); ++j) {
+                if (text[j] == '[') ++open;
+                if (text[j] == ']' && --open == 0) {
+                    close = j;
+                    break;
+                }
+            }
             const size_t end = close == std::string::npos ? text.size() : close;
             token.kind = Token::Kind::Name;
             token.text = text.substr(i + 1, end - i - 1);
@@ -55,13 +65,15 @@ std::vector<Token> tokenize(const std::string& text) {
             i = j < text.size() ? j + 1 : text.size();
         } else if (c == '#') {
             const size_t close = text.find('#', i + 1);
-            token.kind = Token::Kind::Other;  // a date literal
+            token.kind = Token::Kind::Date;
             i = close == std::string::npos ? text.size() : close + 1;
             token.text = text.substr(token.begin, i - token.begin);
         } else if (std::isdigit(c) || (c == '.' && i + 1 < text.size() && std::isdigit(static_cast<unsigned char>(text[i + 1])))) {
             token.kind = Token::Kind::Number;
             size_t j = i;
-            while (j < text.size() && (std::isalnum(static_cast<unsigned char>(text[j])) || text[j] == '.')) ++j;
+            while (j < text.size() && (std::isalnum(static_cast<unsigned char>(text[j])) || text[j] == '.' ||
+                                       ((text[j] == '+' || text[j] == '-') && (text[j - 1] == 'E' || text[j - 1] == 'e'))))
+                ++j;
             token.text = text.substr(i, j - i);
             i = j;
         } else if (isWordByte(c)) {
@@ -86,4 +98,4 @@ std::vector<Token> tokenize(const std::string& text) {
     return tokens;
 }
 
-}  // namespace ql::dao::sql
+}  // namespace ql::jetsql
