@@ -50,6 +50,8 @@ inline constexpr int UnrecognizedFormat = 3343;
 inline constexpr int NoCurrentRecord = 3021;
 inline constexpr int InvalidStatement = 3129;
 inline constexpr int ObjectClosed = 3420;
+inline constexpr int ObjectNotFound = 3011;
+inline constexpr int OdbcConnection = 3151;
 }  // namespace errors
 
 // DAO's error for one of its numbers; `name` fills the text's slot.

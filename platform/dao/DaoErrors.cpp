@@ -61,6 +61,11 @@ RuntimeError daoError(int number, const std::string& name) {
         text = "Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT', or 'UPDATE'.";
         break;
     case errors::NoCurrentRecord: text = "No current record."; break;
+    case errors::ObjectNotFound:
+        text = "The Microsoft Jet database engine could not find the object '|'.  Make sure the object exists and "
+               "that you spell its name and the path name correctly.";
+        break;
+    case errors::OdbcConnection: text = "ODBC--connection to '|' failed."; break;
     case errors::ObjectClosed: text = "Object invalid or no longer set."; break;
     default: return RuntimeError(number, "Reserved error (" + std::to_string(number) + "); there is no message for this error.");
     }

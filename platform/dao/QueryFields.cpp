@@ -6,6 +6,7 @@
 #include <map>
 
 #include "platform/dao/DaoState.h"
+#include "platform/dao/LinkedTables.h"
 #include "platform/dao/QueryShape.h"
 #include "platform/text/Names.h"
 
@@ -28,7 +29,7 @@ int sourceFieldCount(DatabaseState& db, const std::string& name, int depth) {
     }
     for (const auto& entry : db.jet.catalogue())
         if ((entry.type == jet::kObjectJetLink || entry.type == jet::kObjectOdbcLink) && text::sameName(entry.name, name))
-            return 0;  // its columns live in the other database
+            return linkedColumnCount(entry, db.name);
     const auto* query = db.findQuery(name);
     if (!query) throw daoError(errors::InputMissing, name);
     const std::string key = text::foldedName(name);
