@@ -2,11 +2,15 @@
 // it: each table or saved query it reads is opened (and permission-checked)
 // in turn, "*" and "source.*" expand to their input's columns, and a crosstab
 // counts its fixed headings. It relies on QueryShape for what a query reads
-// and shows; it does not run the query, so no rows are read.
+// and shows. Only a crosstab whose headings come from the data is run (its
+// FROM and WHERE), to find how many headings the data gives.
 #include <map>
 
 #include "platform/dao/DaoState.h"
 #include "platform/dao/LinkedTables.h"
+#include "platform/dao/QuerySql.h"
+#include "platform/jetsql/Parser.h"
+#include "platform/jetsql/Run.h"
 #include "platform/dao/QueryShape.h"
 #include "platform/text/Names.h"
 
@@ -15,6 +19,67 @@ namespace ql::dao {
 namespace {
 
 int countFields(DatabaseState& db, const QueryShape& shape, int depth);
+
+// The rows of the tables a crosstab reads, as DAO would hand them out. Saved
+// queries and linked tables as sources are not run yet.
+class CatalogueTables : public jetsql::Tables {
+public:
+    explicit CatalogueTables(const DatabaseState& db) : db_(db) {}
+
+    jetsql::Table read(const std::string& name) const override {
+        const jet::CatalogEntry* entry = db_.jet.findTable(name);
+        if (!entry) {
+            if (db_.findQuery(name)) throw daoError(errors::NotSupported);
+            for (const auto& e : db_.jet.catalogue())
+                if ((e.type == jet::kObjectJetLink || e.type == jet::kObjectOdbcLink) && text::sameName(e.name, name)) {
+                    linkedColumnCount(e, db_.name);  // the error for a source out of reach
+                    throw daoError(errors::NotSupported);
+                }
+            throw daoError(errors::InputMissing, name);
+        }
+        db_.checkRead(*entry, false);
+        jetsql::Table out;
+        try {
+            const jet::TableDef def = db_.jet.tableDef(name);
+            for (const auto& column : def.columns) out.columns.push_back(column.name);
+            jet::TableCursor cursor = db_.jet.cursor(def);
+            while (cursor.next()) {
+                std::vector<Variant> row;
+                row.reserve(cursor.values().size());
+                for (const auto& value : cursor.values()) row.push_back(toVariant(value));
+                out.rows.push_back(std::move(row));
+            }
+        } catch (const jet::Error&) {
+            throw daoError(errors::CannotOpen, db_.name);
+        }
+        return out;
+    }
+
+private:
+    const DatabaseState& db_;
+};
+
+bool headingsFromData(const QueryShape& shape) {
+    if (shape.pivotValues) return false;
+    for (const auto& output : shape.outputs)
+        if (output.kind == QueryOutput::Kind::PivotColumns) return true;
+    return false;
+}
+
+// The column headings a crosstab's data gives, by running it.
+int pivotHeadingCount(const DatabaseState& db, const std::string& sql) {
+    jetsql::Query query;
+    try {
+        query = jetsql::parseQuery(sql);
+    } catch (const jetsql::SyntaxError&) {
+        throw daoError(errors::QueryExpression, sql);
+    }
+    jetsql::Rules rules;
+    rules.compareText = [jet3 = db.jet3](const std::string& a, const std::string& b) {
+        return compareNames(a, b, jet3);
+    };
+    return static_cast<int>(jetsql::pivotHeadings(query, CatalogueTables(db), rules).size());
+}
 
 // Output columns of a table or saved query that a query reads.
 int sourceFieldCount(DatabaseState& db, const std::string& name, int depth) {
@@ -35,7 +100,10 @@ int sourceFieldCount(DatabaseState& db, const std::string& name, int depth) {
     const std::string key = text::foldedName(name);
     if (auto it = db.fieldCounts.find(key); it != db.fieldCounts.end()) return it->second;
     const int type = static_cast<int>(query->flags & 0xF0);
-    const int count = countFields(db, queryShape(db.rowsOf(query->id), type), depth + 1);
+    const auto& rows = db.rowsOf(query->id);
+    const QueryShape shape = queryShape(rows, type);
+    int count = countFields(db, shape, depth + 1);
+    if (headingsFromData(shape)) count += pivotHeadingCount(db, queryDefSql(rows, db.jet3 ? 3 : 4, type));
     db.fieldCounts[key] = count;
     return count;
 }
@@ -67,7 +135,8 @@ int countFields(DatabaseState& db, const QueryShape& shape, int depth) {
             else throw daoError(errors::InputMissing, output.source);
             break;
         case QueryOutput::Kind::PivotColumns:
-            // Without fixed headings the columns come from the data.
+            // Without fixed headings the columns come from the data: the
+            // caller, which has the query, runs it for them.
             if (shape.pivotValues) count += static_cast<int>(shape.pivotValues->size());
             break;
         }

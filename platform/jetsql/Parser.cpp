@@ -41,6 +41,7 @@ public:
 
     Query statement() {
         Query query;
+        query.text = text_;
         if (word("PARAMETERS")) query.parameters = parameters();
         if (word("TRANSFORM")) {
             query.kind = Query::Kind::Crosstab;
@@ -293,6 +294,7 @@ private:
     // A statement inside parentheses, up to (not including) the ")".
     std::shared_ptr<const Query> subquery() {
         auto query = std::make_shared<Query>();
+        query->text = text_;
         query->selects.push_back(select(*query));
         while (word("UNION")) {
             query->kind = Query::Kind::Union;
@@ -509,8 +511,11 @@ private:
                 return e;
             }
             ++at_;
-            ExprPtr inner = expression();
+            // The parentheses belong to the expression's text.
+            auto inner = std::make_shared<Expr>(*expression());
             expectSymbol(')');
+            inner->begin = begin;
+            inner->end = lastEnd();
             return inner;
         }
         if (t->isWord("NULL")) return literal(Expr::Kind::Null, t->text);

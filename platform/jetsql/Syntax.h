@@ -100,6 +100,7 @@ struct Parameter {
 struct Query {
     enum class Kind { Select, Union, Crosstab };
     Kind kind = Kind::Select;
+    std::string text;                // as parsed; the offsets of its expressions point into it
     std::vector<Parameter> parameters;
     std::vector<Select> selects;     // one, or a union's in order
     std::vector<bool> unionAll;      // between selects[i] and selects[i + 1]

@@ -163,6 +163,7 @@ TEST_P(CorpusDatabase, ObjectsAgreeWithTheManifestAndTheDetails) {
                 // and a few saved queries name tables long deleted. Queries
                 // over ODBC links cannot reach their source from here.
                 if (e.number() == errors::OdbcConnection) continue;
+                if (e.number() == 3096) continue;  // a crosstab saved with an aggregate in WHERE
                 ASSERT_EQ(e.number(), 3078) << e.what();
                 const std::string& text = e.description();
                 const auto begin = text.find("query '") + 7;
