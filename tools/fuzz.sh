@@ -11,7 +11,7 @@
 set -uo pipefail
 
 top=$(cd "$(dirname "$0")/.." && pwd)
-all_targets=(jet_open workgroup_open analysis_run vba_project vba_decompress profile_reader query_sql)
+all_targets=(jet_open workgroup_open analysis_run vba_project vba_decompress profile_reader query_sql jet_sql)
 
 if [[ $# -lt 1 || ! $1 =~ ^[0-9]+$ ]]; then
   echo "usage: $0 <seconds-per-target> [target...]  (targets: ${all_targets[*]})" >&2
@@ -51,10 +51,10 @@ cmake --build "$build" -j "$jobs" --target "${build_targets[@]}" fuzz_seed_extra
 seeds="$build/seeds"
 jet_max=1048576
 # The marker names the seed layout: a tree seeded for fewer targets is redone.
-if [[ ! -f "$seeds/.done-2" ]]; then
+if [[ ! -f "$seeds/.done-3" ]]; then
   rm -rf "$seeds"
   mkdir -p "$seeds/jet_open" "$seeds/workgroup_open" "$seeds/analysis_run" "$seeds/profile_reader" \
-           "$seeds/query_sql" "$seeds/vba_project" "$seeds/vba_decompress"
+           "$seeds/query_sql" "$seeds/vba_project" "$seeds/vba_decompress" "$seeds/jet_sql"
   jet_list=()
   if [[ -d $corpus_files ]]; then
     for f in "$corpus_files"/*.mdb "$corpus_files"/*.mdw "$corpus_files"/*.mde "$corpus_files"/*.mda; do
@@ -94,11 +94,13 @@ if [[ ! -f "$seeds/.done-2" ]]; then
   fi
   printf '[Options]\r\nFont=Tahoma\r\n; comment\r\n[Recent Files]\r\nFile1="C:\\a b.mdb"\r\n' >"$seeds/profile_reader/crlf.ini"
   printf '\xef\xbb\xbf[options]\nfont = Arial \nKey=\x27quoted\x27\n[Options]\nFont=Second\n' >"$seeds/profile_reader/bom.ini"
-  touch "$seeds/.done-2"
+  printf 'SELECT DISTINCTROW TOP 5 a.x & "y" AS z, * FROM a INNER JOIN b ON a.i = b.i WHERE x Like "[a-c]*#" ORDER BY 1 DESC;' >"$seeds/jet_sql/select.sql"
+  printf 'TRANSFORM Sum(v) AS s SELECT k FROM t WHERE d Between #1/1/97# And #12/31/97# GROUP BY k PIVOT Format(d, "mmm") In ("jan","feb");' >"$seeds/jet_sql/crosstab.sql"
+  touch "$seeds/.done-3"
 fi
 
 declare -A max_len=([jet_open]=$jet_max [workgroup_open]=1048576 [analysis_run]=$jet_max [vba_project]=1048576 [vba_decompress]=262144
-                    [profile_reader]=8192 [query_sql]=4096)
+                    [profile_reader]=8192 [query_sql]=4096 [jet_sql]=4096)
 
 mkdir -p "$build/findings" "$build/logs"
 status=0

@@ -1,6 +1,8 @@
 #include "platform/jetsql/Evaluate.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -140,46 +142,55 @@ std::optional<bool> logical(const Variant& v) {
     return requireNumber(v) != 0;
 }
 
+// One pattern element at p[pi] against the character c; `next` is where the
+// element after it starts. A bracket without its closing one is a literal.
+bool matchesOne(const std::u32string& p, std::size_t pi, char32_t c, std::size_t& next) {
+    next = pi + 1;
+    if (p[pi] == U'?') return true;
+    if (p[pi] == U'#') return c >= U'0' && c <= U'9';
+    if (p[pi] != U'[') return p[pi] == c;
+    const std::size_t close = p.find(U']', pi + 1);
+    if (close == std::u32string::npos) return c == U'[';
+    next = close + 1;
+    std::size_t k = pi + 1;
+    const bool negate = k < close && p[k] == U'!';
+    if (negate) ++k;
+    bool found = false;
+    for (; k < close; ++k) {
+        if (k + 2 < close && p[k + 1] == U'-') {
+            found = found || (c >= p[k] && c <= p[k + 2]);
+            k += 2;
+        } else {
+            found = found || c == p[k];
+        }
+    }
+    return found != negate;
+}
+
 // Jet's LIKE over code points, without regard to case: * any run, ? one
 // character, # one digit, [abc] [a-z] [!a-z] one of (or none of) a set.
-bool like(const std::u32string& s, std::size_t si, const std::u32string& p, std::size_t pi) {
-    while (pi < p.size()) {
-        const char32_t c = p[pi];
-        if (c == U'*') {
-            while (pi < p.size() && p[pi] == U'*') ++pi;
-            if (pi == p.size()) return true;
-            for (std::size_t k = si; k <= s.size(); ++k)
-                if (like(s, k, p, pi)) return true;
+// A star that fails is retried one character further along from the last
+// star only, so the time is the product of the lengths, never exponential.
+bool like(const std::u32string& s, const std::u32string& p) {
+    std::size_t si = 0, pi = 0;
+    std::size_t starPattern = std::u32string::npos, starText = 0;
+    while (si < s.size()) {
+        std::size_t next = 0;
+        if (pi < p.size() && p[pi] == U'*') {
+            starPattern = ++pi;
+            starText = si;
+        } else if (pi < p.size() && matchesOne(p, pi, s[si], next)) {
+            pi = next;
+            ++si;
+        } else if (starPattern != std::u32string::npos) {
+            pi = starPattern;
+            si = ++starText;
+        } else {
             return false;
         }
-        if (si >= s.size()) return false;
-        if (c == U'?') {
-        } else if (c == U'#') {
-            if (s[si] < U'0' || s[si] > U'9') return false;
-        } else if (c == U'[') {
-            const std::size_t close = p.find(U']', pi + 1);
-            if (close == std::u32string::npos) return false;
-            std::size_t k = pi + 1;
-            const bool negate = k < close && p[k] == U'!';
-            if (negate) ++k;
-            bool found = false;
-            for (; k < close; ++k) {
-                if (k + 2 < close && p[k + 1] == U'-') {
-                    found = found || (s[si] >= p[k] && s[si] <= p[k + 2]);
-                    k += 2;
-                } else {
-                    found = found || s[si] == p[k];
-                }
-            }
-            if (found == negate) return false;
-            pi = close;
-        } else if (c != s[si]) {
-            return false;
-        }
-        ++si;
-        ++pi;
     }
-    return si == s.size();
+    while (pi < p.size() && p[pi] == U'*') ++pi;
+    return pi == p.size();
 }
 
 std::u32string foldedCodePoints(const std::string& utf8) {
@@ -247,7 +258,7 @@ public:
         case K::Like: {
             const Variant value = (*this)(*e.args[0]), pattern = (*this)(*e.args[1]);
             if (isNull(value) || isNull(pattern)) return vb::Null{};
-            const bool match = like(foldedCodePoints(textOf(value)), 0, foldedCodePoints(textOf(pattern)), 0);
+            const bool match = like(foldedCodePoints(textOf(value)), foldedCodePoints(textOf(pattern)));
             return match != e.negated;
         }
         case K::IsNull: return isNull((*this)(*e.args[0])) != e.negated;
@@ -282,15 +293,20 @@ public:
 
 private:
     static Variant number(const std::string& text) {
+        // A number too long for 64 bits reads as a Double, as Jet reads it.
         if (text.size() > 2 && text[0] == '&') {
             const int base = (text[1] == 'H' || text[1] == 'h') ? 16 : 8;
-            return wholeResult(static_cast<std::int64_t>(std::stoll(text.substr(2), nullptr, base)));
+            errno = 0;
+            char* end = nullptr;
+            const long long n = std::strtoll(text.c_str() + 2, &end, base);
+            if (errno != 0 || *end != '\0') throw evaluationError(errors::TypeMismatch);
+            return wholeResult(n);
         }
         if (text.find_first_of(".eE") == std::string::npos) {
-            try {
-                return wholeResult(std::stoll(text));
-            } catch (const std::out_of_range&) {
-            }
+            errno = 0;
+            char* end = nullptr;
+            const long long n = std::strtoll(text.c_str(), &end, 10);
+            if (errno == 0 && *end == '\0') return wholeResult(n);
         }
         return vb::Val(text);
     }

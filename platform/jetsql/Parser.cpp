@@ -5,6 +5,7 @@
 // Operator precedence is VBA's, which Jet's expression service shares.
 #include "platform/jetsql/Parser.h"
 
+#include <algorithm>
 #include <array>
 #include <strings.h>
 
@@ -27,6 +28,11 @@ bool isReserved(const Token& t) {
         if (t.isWord(word)) return true;
     return false;
 }
+
+// Deeper than this, a statement is refused as Jet refuses one too complex:
+// both the parser and the evaluator walk the tree by recursion.
+constexpr std::size_t kMaxHeight = 400;
+constexpr int kMaxNesting = 120;
 
 std::shared_ptr<Expr> node(Expr::Kind kind, std::size_t begin) {
     auto e = std::make_shared<Expr>();
@@ -91,6 +97,27 @@ private:
         const Token* t = peek();
         throw SyntaxError("Syntax error: " + what + (t ? " at '" + t->text + "'" : " at the end"), offset());
     }
+
+    // A composite node is complete: its height, and the limit on it.
+    std::shared_ptr<Expr> finish(std::shared_ptr<Expr> e) const {
+        for (const auto& arg : e->args) e->height = std::max(e->height, arg->height + 1);
+        if (e->height > kMaxHeight) throw SyntaxError("Query is too complex.", e->begin);
+        return e;
+    }
+
+    // Counts how deep the parser has gone into parentheses and sub-queries.
+    class Nesting {
+    public:
+        explicit Nesting(const Parser& p) : p_(p) {
+            if (++p_.nesting_ > kMaxNesting) throw SyntaxError("Query is too complex.", p_.offset());
+        }
+        ~Nesting() { --p_.nesting_; }
+        Nesting(const Nesting&) = delete;
+        Nesting& operator=(const Nesting&) = delete;
+
+    private:
+        const Parser& p_;
+    };
 
     bool isWordAt(std::size_t ahead, const char* w) const {
         const Token* t = peek(ahead);
@@ -256,6 +283,7 @@ private:
                 expectSymbol(')');
             } else {
                 ++at_;
+                const Nesting nesting(*this);
                 SourcePtr inner = source();
                 expectSymbol(')');
                 return inner;
@@ -293,6 +321,7 @@ private:
 
     // A statement inside parentheses, up to (not including) the ")".
     std::shared_ptr<const Query> subquery() {
+        const Nesting nesting(*this);
         auto query = std::make_shared<Query>();
         query->text = text_;
         query->selects.push_back(select(*query));
@@ -337,7 +366,7 @@ private:
         e->op = op;
         e->end = right->end;
         e->args = {std::move(left), std::move(right)};
-        return e;
+        return finish(e);
     }
 
     ExprPtr notLevel() {
@@ -345,9 +374,10 @@ private:
             auto e = node(Expr::Kind::Unary, offset());
             ++at_;
             e->op = "NOT";
+            const Nesting nesting(*this);
             e->args = {notLevel()};
             e->end = e->args[0]->end;
-            return e;
+            return finish(e);
         }
         return comparison();
     }
@@ -388,7 +418,7 @@ private:
                     expectSymbol(')');
                     e->negated = negated;
                     e->end = lastEnd();
-                    left = e;
+                    left = finish(e);
                 } else {
                     left = withArgs(Expr::Kind::InList, left, parenthesizedList(), negated);
                 }
@@ -408,7 +438,7 @@ private:
         for (auto& r : rest) e->args.push_back(std::move(r));
         e->negated = negated;
         e->end = lastEnd();
-        return e;
+        return finish(e);
     }
 
     // "&", then "+"/"-", MOD, "\", "*"/"/", "^", tightest last.
@@ -454,9 +484,10 @@ private:
             auto e = node(Expr::Kind::Unary, offset());
             e->op = peek()->text;
             ++at_;
+            const Nesting nesting(*this);
             e->args = {unary()};
             e->end = e->args[0]->end;
-            return e;
+            return finish(e);
         }
         return power();
     }
@@ -511,6 +542,7 @@ private:
                 return e;
             }
             ++at_;
+            const Nesting nesting(*this);
             // The parentheses belong to the expression's text.
             auto inner = std::make_shared<Expr>(*expression());
             expectSymbol(')');
@@ -538,6 +570,7 @@ private:
     }
 
     ExprPtr call() {
+        const Nesting nesting(*this);
         auto e = node(Expr::Kind::Call, offset());
         e->op = peek()->text;
         ++at_;
@@ -557,7 +590,7 @@ private:
         }
         expectSymbol(')');
         e->end = lastEnd();
-        return e;
+        return finish(e);
     }
 
     ExprPtr nameExpression() {
@@ -576,6 +609,7 @@ private:
     const std::string& text_;
     std::vector<Token> tokens_;
     std::size_t at_ = 0;
+    mutable int nesting_ = 0;
 };
 
 }  // namespace

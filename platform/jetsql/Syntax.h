@@ -43,6 +43,7 @@ struct Expr {
     std::shared_ptr<const Query> query;  // InQuery, Exists, Subquery
     bool negated = false;
     std::size_t begin = 0, end = 0;     // where it stands in the statement's text
+    std::size_t height = 1;             // levels of the tree below and including this node
 };
 using ExprPtr = std::shared_ptr<const Expr>;
 

@@ -69,6 +69,17 @@ TEST(JetSqlValues, ErrorsCarryJetsNumbers) {
     EXPECT_EQ(numberOf("Sum(n) > 1"), evaluation_errors::AggregateInWhere);
 }
 
+// Stars retry from the last one only: a pattern made to backtrack
+// exponentially still answers at once.
+TEST(JetSqlValues, LikeWithManyStarsStaysFast) {
+    const std::string text = "'" + std::string(2000, 'a') + "'";
+    std::string pattern = "'";
+    for (int i = 0; i < 30; ++i) pattern += "*a";
+    EXPECT_EQ(valueText(text + " Like " + pattern + "*b'"), "b:False");
+    EXPECT_EQ(valueText(text + " Like " + pattern + "'"), "b:True");
+    EXPECT_EQ(valueText("'x[y' Like 'x[y'"), "b:True");  // an unclosed bracket is itself
+}
+
 class Memory : public Tables {
 public:
     Table read(const std::string& name) const override {

@@ -158,3 +158,16 @@ TEST(JetSqlCorpus, EverySavedSelectUnionAndCrosstabParses) {
 }
 
 }  // namespace
+
+namespace {
+
+// A statement built to exhaust the stack is refused, not followed down.
+TEST(JetSqlStatements, TooDeepIsTooComplex) {
+    const std::string nested = "SELECT " + std::string(5000, '(') + "1" + std::string(5000, ')') + " FROM T";
+    EXPECT_THROW(ql::jetsql::parseQuery(nested), ql::jetsql::SyntaxError);
+    std::string chain = "SELECT 1";
+    for (int i = 0; i < 5000; ++i) chain += " + 1";
+    EXPECT_THROW(ql::jetsql::parseQuery(chain + " FROM T"), ql::jetsql::SyntaxError);
+}
+
+}  // namespace

@@ -1,0 +1,1 @@
+TRANSFORM Count(a) SELECT b FROM T WHERE a > 0 PIVOT b & "!";

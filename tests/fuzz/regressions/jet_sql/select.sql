@@ -1,0 +1,1 @@
+SELECT IIf(x Like '*a*a*[!b-]#', Left(y, 2), Null) AS z FROM (A INNER JOIN B ON A.i = B.i) LEFT JOIN [SELECT * FROM C]. AS D ON D.k Between #1/2/97# And &HFFFF WHERE NOT (q In (1, 'x', Null)) ORDER BY 1;
