@@ -19,6 +19,7 @@ namespace errors = evaluation_errors;
 RuntimeError evaluationError(int number, const std::string& name) {
     std::string text;
     switch (number) {
+    case errors::Overflow: text = "Overflow"; break;
     case errors::DivisionByZero: text = "Division by zero"; break;
     case errors::UndefinedFunction: text = "Undefined function '" + name + "' in expression."; break;
     case errors::AggregateInWhere: text = "Cannot have aggregate function in WHERE clause (" + name + ")."; break;
@@ -75,6 +76,16 @@ double requireNumber(const Variant& v) {
     return *n;
 }
 
+// A whole number of at most `limit` in size, rounded as VB rounds (half to
+// even); anything larger, or not a number at all, overflows.
+std::int64_t wholeNumber(double d, double limit = 9.2e18) {
+    const double rounded = std::nearbyint(d);
+    if (!std::isfinite(rounded) || std::fabs(rounded) > limit) throw evaluationError(errors::Overflow);
+    return static_cast<std::int64_t>(rounded);
+}
+
+vb::Currency currencyOf(double amount) { return vb::Currency{wholeNumber(amount * kTenThousand)}; }
+
 // The narrowest of Integer, Long and Double that holds a whole result.
 Variant wholeResult(std::int64_t n) {
     if (n >= INT16_MIN && n <= INT16_MAX) return static_cast<std::int16_t>(n);
@@ -94,8 +105,7 @@ Variant arithmetic(const std::string& op, const Variant& a, const Variant& b) {
         return x / y;
     }
     if (op == "\\" || op == "MOD") {
-        const auto x = static_cast<std::int64_t>(std::nearbyint(requireNumber(a)));
-        const auto y = static_cast<std::int64_t>(std::nearbyint(requireNumber(b)));
+        const std::int64_t x = wholeNumber(requireNumber(a)), y = wholeNumber(requireNumber(b));
         if (y == 0) throw evaluationError(errors::DivisionByZero);
         return wholeResult(op == "\\" ? x / y : x % y);
     }
@@ -111,7 +121,7 @@ Variant arithmetic(const std::string& op, const Variant& a, const Variant& b) {
     const bool floating = std::holds_alternative<double>(a) || std::holds_alternative<double>(b) ||
                           std::holds_alternative<float>(a) || std::holds_alternative<float>(b) || isText(a) ||
                           isText(b);
-    if (money && !floating) return vb::Currency{static_cast<std::int64_t>(std::llround(r * kTenThousand))};
+    if (money && !floating) return currencyOf(r);
     return r;
 }
 
@@ -216,6 +226,8 @@ struct Civil {
     int year, month, day;
 };
 Civil civilFromDays(double days) {
+    // Jet's dates run from the year 100 to 9999.
+    if (!(days >= -657434 && days < 2958466)) throw evaluationError(errors::Overflow);
     long z = static_cast<long>(std::floor(days)) - 25569 + 719468;
     const long era = (z >= 0 ? z : z - 146096) / 146097;
     const long doe = z - era * 146097;
@@ -319,7 +331,10 @@ private:
         }
         if (isNull(v) || e.op == "+") return v;
         if (isWhole(v)) return wholeResult(-wholeOf(v));
-        if (const auto* c = std::get_if<vb::Currency>(&v)) return vb::Currency{-c->tenThousandths};
+        if (const auto* c = std::get_if<vb::Currency>(&v)) {
+            if (c->tenThousandths == INT64_MIN) throw evaluationError(errors::Overflow);
+            return vb::Currency{-c->tenThousandths};
+        }
         return -requireNumber(v);
     }
 
@@ -397,14 +412,17 @@ private:
         if (is("Val")) return vb::Val(textOf(a));
         if (is("CDbl")) return requireNumber(a);
         if (is("CLng") || is("CInt")) {
-            const auto n = static_cast<std::int64_t>(std::nearbyint(requireNumber(a)));
-            return is("CInt") ? Variant(static_cast<std::int16_t>(n)) : Variant(static_cast<std::int32_t>(n));
+            if (is("CInt")) return static_cast<std::int16_t>(wholeNumber(requireNumber(a), INT16_MAX));
+            return static_cast<std::int32_t>(wholeNumber(requireNumber(a), INT32_MAX));
         }
-        if (is("CCur")) return vb::Currency{static_cast<std::int64_t>(std::llround(requireNumber(a) * kTenThousand))};
+        if (is("CCur")) return currencyOf(requireNumber(a));
         if (is("CDate")) return vb::Date{dateOf(a)};
         if (is("Abs")) {
             if (isWhole(a)) return wholeResult(std::llabs(wholeOf(a)));
-            if (const auto* c = std::get_if<vb::Currency>(&a)) return vb::Currency{std::llabs(c->tenThousandths)};
+            if (const auto* c = std::get_if<vb::Currency>(&a)) {
+                if (c->tenThousandths == INT64_MIN) throw evaluationError(errors::Overflow);
+                return vb::Currency{std::llabs(c->tenThousandths)};
+            }
             return std::fabs(requireNumber(a));
         }
         if (is("Int")) return std::floor(requireNumber(a));
@@ -465,12 +483,17 @@ std::optional<double> dateLiteral(const std::string& text) {
     const std::string t = text::trimmed(text);
     double days = 0;
     std::size_t rest = 0;
+    // Jet's dates run from the year 100 to 9999.
+    auto valid = [](int year, int month, int day) {
+        return year >= 100 && year <= 9999 && month >= 1 && month <= 12 && day >= 1 && day <= 31;
+    };
     if (std::sscanf(t.c_str(), "%d-%d-%d%n", &a, &b, &c, &consumed) == 3 && a > 31) {
+        if (!valid(a, b, c)) return std::nullopt;
         days = daysFromCivil(a, b, c);
     } else if (std::sscanf(t.c_str(), "%d/%d/%d%n", &a, &b, &c, &consumed) == 3) {
         int year = c;
-        if (year < 100) year += year < 30 ? 2000 : 1900;
-        if (a < 1 || a > 12 || b < 1 || b > 31) return std::nullopt;
+        if (year >= 0 && year < 100) year += year < 30 ? 2000 : 1900;
+        if (!valid(year, a, b)) return std::nullopt;
         days = daysFromCivil(year, a, b);
     } else {
         consumed = 0;
@@ -482,6 +505,7 @@ std::optional<double> dateLiteral(const std::string& text) {
         const int fields = std::sscanf(time.c_str(), "%d:%d:%d%n", &h, &m, &s, &timeConsumed);
         if (fields < 2) return std::nullopt;
         if (fields == 2) std::sscanf(time.c_str(), "%d:%d%n", &h, &m, &timeConsumed);
+        if (h < 0 || h > 23 || m < 0 || m > 59 || s < 0 || s > 59) return std::nullopt;
         const std::string suffix = text::trimmed(time.substr(static_cast<std::size_t>(timeConsumed)));
         if (strcasecmp(suffix.c_str(), "PM") == 0 && h < 12) h += 12;
         else if (strcasecmp(suffix.c_str(), "AM") == 0 && h == 12) h = 0;

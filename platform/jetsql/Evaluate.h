@@ -17,6 +17,7 @@ namespace ql::jetsql {
 using vb::Variant;
 
 namespace evaluation_errors {
+inline constexpr int Overflow = 6;
 inline constexpr int DivisionByZero = 11;
 inline constexpr int UndefinedFunction = 3085;
 inline constexpr int AggregateInWhere = 3096;
