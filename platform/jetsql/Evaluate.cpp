@@ -379,7 +379,10 @@ private:
     Variant call(const Expr& e) const {
         const std::string& f = e.op;
         auto is = [&](const char* name) { return strcasecmp(f.c_str(), name) == 0; };
-        if (isAggregate(f)) throw evaluationError(errors::AggregateInWhere, f + "(...)");
+        if (isAggregate(f)) {
+            if (auto value = scope_.aggregate(e)) return *value;
+            throw evaluationError(errors::AggregateInWhere, f + "(...)");
+        }
         if (is("IIf")) return holds(arg(e, 0)) ? arg(e, 1) : arg(e, 2);
         if (is("Nz")) {
             const Variant v = arg(e, 0);
@@ -456,6 +459,9 @@ private:
 };
 
 }  // namespace
+
+std::optional<double> numberValue(const Variant& value) { return numberOf(value); }
+bool isWholeValue(const Variant& value) { return isWhole(value); }
 
 bool isAggregate(const std::string& name) {
     for (const char* a : {"Count", "Sum", "Avg", "Min", "Max", "First", "Last", "StDev", "StDevP", "Var", "VarP"})

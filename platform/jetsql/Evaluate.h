@@ -34,6 +34,9 @@ class Scope {
 public:
     virtual ~Scope() = default;
     virtual Variant value(const Expr& name) const = 0;
+    // An aggregate call (Count, Sum ...) over the rows of the current group;
+    // a scope of one row has no group, and the call is refused (3096).
+    virtual std::optional<Variant> aggregate(const Expr& call) const { return std::nullopt; }
 };
 
 struct Rules {
@@ -50,6 +53,11 @@ Variant evaluate(const Expr& expression, const Scope& scope, const Rules& rules)
 // Orders two values as "<" and ">" do: negative, zero or positive; nullopt
 // when either is Null. Text beside a number must read as one (3464).
 std::optional<int> compareValues(const Variant& a, const Variant& b, const Rules& rules);
+
+// A number of any kind, or text that reads as one; nullopt otherwise.
+std::optional<double> numberValue(const Variant& value);
+// Yes/No, Byte, Integer or Long.
+bool isWholeValue(const Variant& value);
 
 // Count, Sum, Avg, Min, Max, First, Last, StDev(P), Var(P).
 bool isAggregate(const std::string& function);

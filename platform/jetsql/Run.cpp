@@ -1,5 +1,9 @@
 #include "platform/jetsql/Run.h"
 
+#include <algorithm>
+#include <cmath>
+#include <strings.h>
+
 #include "platform/text/Names.h"
 
 namespace ql::jetsql {
@@ -121,7 +125,9 @@ RowSet fromRows(const Select& select, const Tables& tables, const Rules& rules) 
     return out;
 }
 
-bool sameHeading(const Variant& a, const Variant& b, const Rules& rules) {
+// Equal as GROUP BY and DISTINCT see values: Nulls are one value; text
+// that is no number beside a number is different.
+bool sameValue(const Variant& a, const Variant& b, const Rules& rules) {
     const bool nullA = std::holds_alternative<vb::Null>(a), nullB = std::holds_alternative<vb::Null>(b);
     if (nullA || nullB) return nullA == nullB;
     try {
@@ -130,6 +136,126 @@ bool sameHeading(const Variant& a, const Variant& b, const Rules& rules) {
         return false;  // text that is no number beside a number: different headings
     }
 }
+
+bool isNullValue(const Variant& v) { return std::holds_alternative<vb::Null>(v); }
+
+// Count, Sum, Avg, Min, Max, First, Last, StDev(P), Var(P) over the values
+// of their argument in a group's rows. Null values are left out, except by
+// First and Last, which take the first and last row as they come.
+Variant aggregateOf(const std::string& function, const std::vector<Variant>& values, std::size_t rowCount,
+                    bool star, const Rules& rules) {
+    auto is = [&](const char* name) { return strcasecmp(function.c_str(), name) == 0; };
+    if (is("First")) return values.empty() ? Variant(vb::Null{}) : values.front();
+    if (is("Last")) return values.empty() ? Variant(vb::Null{}) : values.back();
+    std::vector<const Variant*> present;
+    for (const Variant& v : values)
+        if (!isNullValue(v)) present.push_back(&v);
+    if (is("Count")) return static_cast<std::int32_t>(star ? rowCount : present.size());
+    if (present.empty()) return vb::Null{};
+    if (is("Min") || is("Max")) {
+        const Variant* best = present.front();
+        for (const Variant* v : present) {
+            const auto c = compareValues(*v, *best, rules);
+            if (c && (is("Min") ? *c < 0 : *c > 0)) best = v;
+        }
+        return *best;
+    }
+    // Sum keeps whole numbers and money exact; Avg and the deviations are
+    // Double (Avg of money stays money).
+    bool whole = true, money = false;
+    std::int64_t wholeSum = 0, moneySum = 0;
+    double sum = 0;
+    std::vector<double> numbers;
+    for (const Variant* v : present) {
+        const auto n = numberValue(*v);
+        if (!n) throw evaluationError(evaluation_errors::TypeMismatch);
+        numbers.push_back(*n);
+        sum += *n;
+        // Exact sums that leave 64 bits overflow, as VB's do.
+        auto add = [](std::int64_t& total, std::int64_t value) {
+            if (__builtin_add_overflow(total, value, &total)) throw evaluationError(evaluation_errors::Overflow);
+        };
+        if (const auto* c = std::get_if<vb::Currency>(v)) {
+            money = true;
+            add(moneySum, c->tenThousandths);
+        } else if (isWholeValue(*v)) {
+            add(wholeSum, static_cast<std::int64_t>(*n));
+            add(moneySum, static_cast<std::int64_t>(*n) * 10000);
+        } else {
+            whole = false;
+        }
+        if (!isWholeValue(*v)) whole = false;
+    }
+    const double count = static_cast<double>(numbers.size());
+    if (is("Sum")) {
+        if (whole) return wholeSum >= INT32_MIN && wholeSum <= INT32_MAX ? Variant(static_cast<std::int32_t>(wholeSum))
+                                                                          : Variant(static_cast<double>(wholeSum));
+        if (money && !std::any_of(present.begin(), present.end(), [](const Variant* v) {
+                return std::holds_alternative<double>(*v) || std::holds_alternative<float>(*v);
+            }))
+            return vb::Currency{moneySum};
+        return sum;
+    }
+    if (is("Avg")) {
+        if (money) return vb::Currency{static_cast<std::int64_t>(std::llround(sum / count * 10000.0))};
+        return sum / count;
+    }
+    // StDev, StDevP, Var, VarP: the sample forms need two values.
+    const bool population = is("StDevP") || is("VarP");
+    if (!population && numbers.size() < 2) return vb::Null{};
+    const double mean = sum / count;
+    double squares = 0;
+    for (double n : numbers) squares += (n - mean) * (n - mean);
+    const double variance = squares / (population ? count : count - 1);
+    return is("Var") || is("VarP") ? variance : std::sqrt(variance);
+}
+
+// A group of rows: names read from its first row, aggregates over all.
+class GroupScope : public Scope {
+public:
+    GroupScope(const std::vector<Binding>& columns, const std::vector<const std::vector<Variant>*>& rows,
+               const Rules& rules)
+        : columns_(columns), rows_(rows), rules_(rules) {}
+
+    Variant value(const Expr& name) const override {
+        static const std::vector<Variant> none;
+        return RowScope(columns_, rows_.empty() ? none : *rows_.front()).value(name);
+    }
+
+    std::optional<Variant> aggregate(const Expr& call) const override {
+        const bool star = !call.args.empty() && call.args[0]->kind == Expr::Kind::Star;
+        std::vector<Variant> values;
+        if (!star && !call.args.empty()) {
+            if (containsAggregate(*call.args[0])) throw evaluationError(evaluation_errors::AggregateInWhere, call.op);
+            for (const auto* row : rows_) values.push_back(evaluate(*call.args[0], RowScope(columns_, *row), rules_));
+        }
+        return aggregateOf(call.op, values, rows_.size(), star, rules_);
+    }
+
+private:
+    const std::vector<Binding>& columns_;
+    const std::vector<const std::vector<Variant>*>& rows_;
+    const Rules& rules_;
+};
+
+// A column's name as Access gives it: the alias, a plain field's own name,
+// or Expr1000, Expr1001 ... for the rest.
+std::string columnName(const SelectItem& item, int& unnamed) {
+    if (item.alias) return *item.alias;
+    if (item.value->kind == Expr::Kind::Name) return item.value->parts.back();
+    return "Expr" + std::to_string(1000 + unnamed++);
+}
+
+bool selectsAggregates(const Select& select) {
+    for (const auto& item : select.items)
+        if (item.value && containsAggregate(*item.value)) return true;
+    return select.having != nullptr;
+}
+
+struct OutputRow {
+    std::vector<Variant> values;
+    std::vector<Variant> keys;  // ORDER BY, evaluated where the row came from
+};
 
 }  // namespace
 
@@ -147,10 +273,119 @@ std::vector<Variant> pivotHeadings(const Query& crosstab, const Tables& tables, 
         if (select.where && !holds(evaluate(*select.where, scope, rules))) continue;
         Variant heading = evaluate(*crosstab.pivot, scope, rules);
         bool seen = false;
-        for (const Variant& h : headings) seen = seen || sameHeading(h, heading, rules);
+        for (const Variant& h : headings) seen = seen || sameValue(h, heading, rules);
         if (!seen) headings.push_back(std::move(heading));
     }
     return headings;
+}
+
+Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
+    if (query.kind != Query::Kind::Select || query.selects.size() != 1) notRunHere();
+    const Select& select = query.selects.front();
+    if (select.where && containsAggregate(*select.where))
+        throw evaluationError(evaluation_errors::AggregateInWhere,
+                              query.text.substr(select.where->begin, select.where->end - select.where->begin));
+    RowSet rows = fromRows(select, tables, rules);
+    std::vector<const std::vector<Variant>*> kept;
+    for (const auto& row : rows.rows)
+        if (!select.where || holds(evaluate(*select.where, RowScope(rows.columns, row), rules))) kept.push_back(&row);
+
+    Result result;
+    int unnamed = 0;
+    for (const SelectItem& item : select.items) {
+        if (item.kind == SelectItem::Kind::Value) {
+            result.columns.push_back(columnName(item, unnamed));
+            continue;
+        }
+        for (const Binding& b : rows.columns)
+            if (item.kind == SelectItem::Kind::AllColumns || text::sameName(b.source, item.source))
+                result.columns.push_back(b.column);
+    }
+
+    // One output row from a scope: the select list, and the sort keys.
+    std::vector<OutputRow> out;
+    auto emit = [&](const Scope& scope, const std::vector<Variant>* sourceRow) {
+        OutputRow row;
+        for (const SelectItem& item : select.items) {
+            if (item.kind == SelectItem::Kind::Value) {
+                row.values.push_back(evaluate(*item.value, scope, rules));
+                continue;
+            }
+            if (!sourceRow) notRunHere();  // "*" beside aggregates
+            for (std::size_t i = 0; i < rows.columns.size(); ++i)
+                if (item.kind == SelectItem::Kind::AllColumns || text::sameName(rows.columns[i].source, item.source))
+                    row.values.push_back((*sourceRow)[i]);
+        }
+        for (const OrderItem& order : query.orderBy) row.keys.push_back(evaluate(*order.value, scope, rules));
+        out.push_back(std::move(row));
+    };
+
+    if (!select.groupBy.empty() || selectsAggregates(select)) {
+        // Groups in the order their first rows come; without GROUP BY, all
+        // rows (even none) are one group.
+        std::vector<std::vector<const std::vector<Variant>*>> groups;
+        std::vector<std::vector<Variant>> groupKeys;
+        if (select.groupBy.empty()) groups.emplace_back(kept);
+        for (const auto* row : select.groupBy.empty() ? std::vector<const std::vector<Variant>*>{} : kept) {
+            std::vector<Variant> key;
+            for (const auto& g : select.groupBy) key.push_back(evaluate(*g, RowScope(rows.columns, *row), rules));
+            std::size_t at = 0;
+            for (; at < groupKeys.size(); ++at) {
+                bool same = true;
+                for (std::size_t k = 0; k < key.size() && same; ++k) same = sameValue(groupKeys[at][k], key[k], rules);
+                if (same) break;
+            }
+            if (at == groupKeys.size()) {
+                groupKeys.push_back(key);
+                groups.emplace_back();
+            }
+            groups[at].push_back(row);
+        }
+        for (const auto& group : groups) {
+            const GroupScope scope(rows.columns, group, rules);
+            if (select.having && !holds(evaluate(*select.having, scope, rules))) continue;
+            emit(scope, nullptr);
+        }
+    } else {
+        for (const auto* row : kept) emit(RowScope(rows.columns, *row), row);
+    }
+
+    if (select.predicate == Select::Predicate::Distinct) {
+        std::vector<OutputRow> distinct;
+        for (auto& row : out) {
+            const bool seen = std::any_of(distinct.begin(), distinct.end(), [&](const OutputRow& d) {
+                for (std::size_t i = 0; i < row.values.size(); ++i)
+                    if (!sameValue(d.values[i], row.values[i], rules)) return false;
+                return true;
+            });
+            if (!seen) distinct.push_back(std::move(row));
+        }
+        out = std::move(distinct);
+    }
+
+    // Null sorts first; equal keys keep the order the rows came in.
+    auto compareKeys = [&](const OutputRow& a, const OutputRow& b) {
+        for (std::size_t k = 0; k < query.orderBy.size(); ++k) {
+            const bool nullA = isNullValue(a.keys[k]), nullB = isNullValue(b.keys[k]);
+            int c = nullA || nullB ? (nullA == nullB ? 0 : nullA ? -1 : 1) : compareValues(a.keys[k], b.keys[k], rules).value_or(0);
+            if (query.orderBy[k].descending) c = -c;
+            if (c != 0) return c;
+        }
+        return 0;
+    };
+    std::stable_sort(out.begin(), out.end(), [&](const OutputRow& a, const OutputRow& b) { return compareKeys(a, b) < 0; });
+
+    if (select.top) {
+        const double n = numberValue(*select.top).value_or(0);
+        std::size_t keep = select.topPercent ? static_cast<std::size_t>(std::ceil(n / 100.0 * static_cast<double>(out.size())))
+                                             : static_cast<std::size_t>(std::max(0.0, n));
+        // Rows tied with the last one kept come too, as Jet gives them.
+        if (keep > 0 && !query.orderBy.empty())
+            while (keep < out.size() && compareKeys(out[keep], out[keep - 1]) == 0) ++keep;
+        if (keep < out.size()) out.resize(keep);
+    }
+    for (auto& row : out) result.rows.push_back(std::move(row.values));
+    return result;
 }
 
 }  // namespace ql::jetsql

@@ -1,9 +1,9 @@
 #pragma once
-// Runs the row-producing part of a select over the file's data: the FROM
-// sources with their joins, and WHERE. What the grouping, the select list
-// and the ordering make of those rows is built on it; today it answers the
-// question a crosstab's field count asks: which column headings does the
-// data give.
+// Runs a select over the file's data: the FROM sources with their joins,
+// WHERE, grouping with aggregates and HAVING, the select list, DISTINCT,
+// ORDER BY and TOP; and the question a crosstab's field count asks: which
+// column headings does the data give. Unions, crosstab results, saved
+// queries and derived tables as sources come next.
 #include <string>
 #include <vector>
 
@@ -29,6 +29,15 @@ namespace run_errors {
 inline constexpr int AmbiguousField = 3079;
 inline constexpr int NotRunHere = 3251;  // "Operation is not supported for this type of object."
 }  // namespace run_errors
+
+// What a select returns: its column names and its rows in order.
+struct Result {
+    std::vector<std::string> columns;
+    std::vector<std::vector<Variant>> rows;
+};
+
+// Runs a select statement. Parameters read as Null.
+Result runSelect(const Query& query, const Tables& tables, const Rules& rules);
 
 // The distinct values of a crosstab's PIVOT expression over the rows its
 // FROM and WHERE give, in the order met. Names the query does not define are

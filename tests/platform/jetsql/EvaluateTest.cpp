@@ -123,3 +123,51 @@ TEST(JetSqlRun, CrosstabHeadingsComeFromJoinedFilteredRows) {
 }
 
 }  // namespace
+
+namespace {
+
+std::vector<std::string> resultText(const std::string& sql) {
+    const Result result = runSelect(parseQuery(sql), Memory(), Rules{});
+    std::vector<std::string> out;
+    std::string header;
+    for (const auto& c : result.columns) header += (header.empty() ? "" : "|") + c;
+    out.push_back(header);
+    for (const auto& row : result.rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i)
+            line += (i ? "|" : "") + (std::holds_alternative<vb::Null>(row[i]) ? std::string("Null") : vb::CStr(row[i]));
+        out.push_back(line);
+    }
+    return out;
+}
+
+TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
+    using V = std::vector<std::string>;
+    EXPECT_EQ(resultText("SELECT Dept, Count(*) AS N, Sum(Id) FROM Emp GROUP BY Dept HAVING Count(*) >= 1 "
+                         "ORDER BY Dept DESC"),
+              (V{"Dept|N|Expr1000", "30|1|4", "20|1|3", "10|2|3"}));
+    // Without GROUP BY all rows, even none, are one group.
+    EXPECT_EQ(resultText("SELECT Count(*), Sum(Id), Max(Post) FROM Emp WHERE Id > 99"),
+              (V{"Expr1000|Expr1001|Expr1002", "0|Null|Null"}));
+    // DISTINCT compares text without regard to case; Null sorts first.
+    EXPECT_EQ(resultText("SELECT DISTINCT Post FROM Emp ORDER BY Post"), (V{"Post", "Null", "boss", "clerk"}));
+    // TOP keeps the rows tied with the last one.
+    EXPECT_EQ(resultText("SELECT TOP 1 Id FROM Emp ORDER BY Dept"), (V{"Id", "1", "2"}));
+    EXPECT_EQ(resultText("SELECT TOP 50 PERCENT * FROM Emp"), (V{"Id|Dept|Post", "1|10|clerk", "2|10|CLERK"}));
+    EXPECT_EQ(resultText("SELECT E.*, D.Name FROM Emp AS E LEFT JOIN Dept AS D ON E.Dept = D.Id WHERE D.Name Is Null"),
+              (V{"Id|Dept|Post|Name", "4|30|boss|Null"}));
+    // A parameter without a value is Null, so only a test for Null lets the row through.
+    EXPECT_EQ(resultText("SELECT Id FROM Emp WHERE Id <> [Skip]"), (V{"Id"}));
+    EXPECT_EQ(resultText("SELECT Id * 2 AS Twice, Post & '!' FROM Emp WHERE Post Like 'c*' AND "
+                         "(Id <> [Skip] OR [Skip] Is Null)"),
+              (V{"Twice|Expr1000", "2|clerk!", "4|CLERK!"}));
+    try {
+        resultText("SELECT Id FROM Emp WHERE Sum(Id) > 1");
+        ADD_FAILURE();
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_EQ(e.number(), evaluation_errors::AggregateInWhere);
+        EXPECT_EQ(e.description(), "Cannot have aggregate function in WHERE clause (Sum(Id) > 1).");
+    }
+}
+
+}  // namespace
