@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/RuntimeError.h"
+#include "platform/jetsql/Run.h"
 #include "platform/text/Names.h"
 #include "platform/vb/Variant.h"
 
@@ -263,6 +264,10 @@ public:
     const Collection<Container>& Containers() const;
     const Collection<Property>& Properties() const;
     Recordset OpenRecordset(const std::string& sql) const;
+    // Runs any select statement over the data, read-only, with Jet's SQL
+    // rather than the few statements OpenRecordset takes; parameters read
+    // as Null.
+    jetsql::Result RunSelect(const std::string& sql) const;
     void Close();
     const jet::Database& jet() const;
 

@@ -8,9 +8,8 @@
 
 #include "platform/dao/DaoState.h"
 #include "platform/dao/LinkedTables.h"
+#include "platform/dao/QueryRun.h"
 #include "platform/dao/QuerySql.h"
-#include "platform/jetsql/Parser.h"
-#include "platform/jetsql/Run.h"
 #include "platform/dao/QueryShape.h"
 #include "platform/text/Names.h"
 
@@ -19,45 +18,6 @@ namespace ql::dao {
 namespace {
 
 int countFields(DatabaseState& db, const QueryShape& shape, int depth);
-
-// The rows of the tables a crosstab reads, as DAO would hand them out. Saved
-// queries and linked tables as sources are not run yet.
-class CatalogueTables : public jetsql::Tables {
-public:
-    explicit CatalogueTables(const DatabaseState& db) : db_(db) {}
-
-    jetsql::Table read(const std::string& name) const override {
-        const jet::CatalogEntry* entry = db_.jet.findTable(name);
-        if (!entry) {
-            if (db_.findQuery(name)) throw daoError(errors::NotSupported);
-            for (const auto& e : db_.jet.catalogue())
-                if ((e.type == jet::kObjectJetLink || e.type == jet::kObjectOdbcLink) && text::sameName(e.name, name)) {
-                    linkedColumnCount(e, db_.name);  // the error for a source out of reach
-                    throw daoError(errors::NotSupported);
-                }
-            throw daoError(errors::InputMissing, name);
-        }
-        db_.checkRead(*entry, false);
-        jetsql::Table out;
-        try {
-            const jet::TableDef def = db_.jet.tableDef(name);
-            for (const auto& column : def.columns) out.columns.push_back(column.name);
-            jet::TableCursor cursor = db_.jet.cursor(def);
-            while (cursor.next()) {
-                std::vector<Variant> row;
-                row.reserve(cursor.values().size());
-                for (const auto& value : cursor.values()) row.push_back(toVariant(value));
-                out.rows.push_back(std::move(row));
-            }
-        } catch (const jet::Error&) {
-            throw daoError(errors::CannotOpen, db_.name);
-        }
-        return out;
-    }
-
-private:
-    const DatabaseState& db_;
-};
 
 bool headingsFromData(const QueryShape& shape) {
     if (shape.pivotValues) return false;
@@ -68,17 +28,7 @@ bool headingsFromData(const QueryShape& shape) {
 
 // The column headings a crosstab's data gives, by running it.
 int pivotHeadingCount(const DatabaseState& db, const std::string& sql) {
-    jetsql::Query query;
-    try {
-        query = jetsql::parseQuery(sql);
-    } catch (const jetsql::SyntaxError&) {
-        throw daoError(errors::QueryExpression, sql);
-    }
-    jetsql::Rules rules;
-    rules.compareText = [jet3 = db.jet3](const std::string& a, const std::string& b) {
-        return compareNames(a, b, jet3);
-    };
-    return static_cast<int>(jetsql::pivotHeadings(query, CatalogueTables(db), rules).size());
+    return static_cast<int>(jetsql::pivotHeadings(parseStatement(sql), CatalogueTables(db), textRules(db)).size());
 }
 
 // Output columns of a table or saved query that a query reads.

@@ -256,7 +256,7 @@ public:
         using K = Expr::Kind;
         switch (e.kind) {
         case K::Null: return vb::Null{};
-        case K::Boolean: return strcasecmp(e.text.c_str(), "True") == 0;
+        case K::Boolean: return strcasecmp(e.text.c_str(), "True") == 0 || strcasecmp(e.text.c_str(), "Yes") == 0;
         case K::Number: return number(e.text);
         case K::String: return e.text;
         case K::Date: {

@@ -551,7 +551,9 @@ private:
             return inner;
         }
         if (t->isWord("NULL")) return literal(Expr::Kind::Null, t->text);
-        if (t->isWord("TRUE") || t->isWord("FALSE")) return literal(Expr::Kind::Boolean, t->text);
+        // Yes/No columns are compared with these words as well as True/False.
+        if (t->isWord("TRUE") || t->isWord("FALSE") || t->isWord("YES") || t->isWord("NO") || t->isWord("OFF"))
+            return literal(Expr::Kind::Boolean, t->text);
         if (t->isWord("EXISTS")) {
             ++at_;
             expectSymbol('(');

@@ -16,7 +16,7 @@ struct Query;
 struct Expr {
     enum class Kind {
         Null,       // NULL
-        Boolean,    // True, False (text as written)
+        Boolean,    // True, False, Yes, No, Off (text as written)
         Number,     // 12, 1.5, 1E+3, &HFF (text as written)
         String,     // the text between the quotes, doubled quotes undone
         Date,       // the text between the #s

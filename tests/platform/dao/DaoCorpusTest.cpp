@@ -245,3 +245,23 @@ TEST(LinkedTables, ColumnsComeFromTheSourceOrTheErrorJetGives) {
 }
 
 }  // namespace
+
+namespace {
+
+// Northwind's saved queries with published results, run over the file's data.
+TEST(RunSelect, NorthwindSavedQueriesGiveTheirPublishedRows) {
+    DBEngine engine;
+    const Database db = engine.OpenDatabase(corpusFile("j4_northwind2000.mdb").string());
+    const auto top = db.RunSelect(db.QueryDefs()["Ten Most Expensive Products"].SQL());
+    ASSERT_EQ(top.rows.size(), 10u);
+    EXPECT_EQ(top.columns, (std::vector<std::string>{"TenMostExpensiveProducts", "UnitPrice"}));
+    EXPECT_EQ(vb::CStr(top.rows[0][0]), "Côte de Blaye");
+    EXPECT_EQ(vb::CStr(top.rows[0][1]), "263.5");
+    // "Current Product List": the products not discontinued, 69 of the 77.
+    EXPECT_EQ(db.RunSelect(db.QueryDefs()["Current Product List"].SQL()).rows.size(), 69u);
+    const auto byCategory = db.RunSelect("SELECT CategoryID, Count(*) AS N FROM Products GROUP BY CategoryID ORDER BY CategoryID");
+    ASSERT_EQ(byCategory.rows.size(), 8u);
+    EXPECT_EQ(vb::CStr(byCategory.rows[0][1]), "12");
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+#pragma once
+// Running Jet SQL over an open database: the tables the statement reads come
+// through the catalogue, with the user's read permissions, as DAO hands
+// them out. Internal to DAO and its tests.
+#include <string>
+
+#include "platform/dao/DaoState.h"
+#include "platform/jetsql/Run.h"
+
+namespace ql::dao {
+
+// The rows of a local table as DAO would hand them out. Saved queries and
+// linked tables as sources are not run yet (3251; a link out of reach gives
+// its own error first).
+class CatalogueTables : public jetsql::Tables {
+public:
+    explicit CatalogueTables(const DatabaseState& db) : db_(db) {}
+    jetsql::Table read(const std::string& name) const override;
+
+private:
+    const DatabaseState& db_;
+};
+
+// Text compares by the database's sort order.
+jetsql::Rules textRules(const DatabaseState& db);
+
+// A statement read; one the parser does not read gives DAO's syntax error
+// (3075) with the text.
+jetsql::Query parseStatement(const std::string& sql);
+
+}  // namespace ql::dao
