@@ -4,6 +4,7 @@
 // OR use three-valued logic, text compares by the database's sort order,
 // LIKE takes Jet's wildcards (* ? # [a-z] [!a-z]). Values are VB Variants.
 // Errors carry the numbers DAO gives them.
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -43,6 +44,10 @@ struct Rules {
     // Orders two texts: negative, zero or positive. Jet compares text by
     // the database's sort order, which ignores case.
     std::function<int(const std::string&, const std::string&)> compareText;
+    // Rows a FROM may make before a run stops with 3035 "System resource
+    // exceeded." rather than fill memory: every row is held today, and a
+    // cross product grows fast.
+    std::size_t maxRows = 5'000'000;
 };
 
 // A case-insensitive comparison for rules that are not a database's.

@@ -51,6 +51,11 @@ private:
     const std::vector<Variant>& row_;
 };
 
+void checkSize(const RowSet& rows, const Rules& rules) {
+    if (rows.rows.size() > rules.maxRows)
+        throw RuntimeError(run_errors::ResourceExceeded, "System resource exceeded.");
+}
+
 [[noreturn]] void notRunHere() {
     throw RuntimeError(run_errors::NotRunHere, "Operation is not supported for this type of object.");
 }
@@ -74,6 +79,7 @@ RowSet joined(const Source& join, const Tables& tables, const Rules& rules) {
             matched = true;
             rightMatched[r] = true;
             out.rows.push_back(row);
+            checkSize(out, rules);
         }
         if (!matched && join.join == Source::JoinType::Left) {
             row = l;
@@ -119,6 +125,7 @@ RowSet fromRows(const Select& select, const Tables& tables, const Rules& rules) 
             for (const auto& b : next.rows) {
                 product.rows.push_back(a);
                 product.rows.back().insert(product.rows.back().end(), b.begin(), b.end());
+                checkSize(product, rules);
             }
         out = std::move(product);
     }
@@ -162,7 +169,11 @@ Variant aggregateOf(const std::string& function, const std::vector<Variant>& val
     }
     // Sum keeps whole numbers and money exact; Avg and the deviations are
     // Double (Avg of money stays money).
-    bool whole = true, money = false;
+    // Exact sums that leave 64 bits overflow, as VB's do.
+    auto add = [](std::int64_t& total, std::int64_t value) {
+        if (__builtin_add_overflow(total, value, &total)) throw evaluationError(evaluation_errors::Overflow);
+    };
+    bool whole = true, money = false, exact = true;  // exact: only whole numbers and money
     std::int64_t wholeSum = 0, moneySum = 0;
     double sum = 0;
     std::vector<double> numbers;
@@ -171,29 +182,22 @@ Variant aggregateOf(const std::string& function, const std::vector<Variant>& val
         if (!n) throw evaluationError(evaluation_errors::TypeMismatch);
         numbers.push_back(*n);
         sum += *n;
-        // Exact sums that leave 64 bits overflow, as VB's do.
-        auto add = [](std::int64_t& total, std::int64_t value) {
-            if (__builtin_add_overflow(total, value, &total)) throw evaluationError(evaluation_errors::Overflow);
-        };
         if (const auto* c = std::get_if<vb::Currency>(v)) {
             money = true;
+            whole = false;
             add(moneySum, c->tenThousandths);
         } else if (isWholeValue(*v)) {
             add(wholeSum, static_cast<std::int64_t>(*n));
             add(moneySum, static_cast<std::int64_t>(*n) * 10000);
         } else {
-            whole = false;
+            whole = exact = false;
         }
-        if (!isWholeValue(*v)) whole = false;
     }
     const double count = static_cast<double>(numbers.size());
     if (is("Sum")) {
         if (whole) return wholeSum >= INT32_MIN && wholeSum <= INT32_MAX ? Variant(static_cast<std::int32_t>(wholeSum))
                                                                           : Variant(static_cast<double>(wholeSum));
-        if (money && !std::any_of(present.begin(), present.end(), [](const Variant* v) {
-                return std::holds_alternative<double>(*v) || std::holds_alternative<float>(*v);
-            }))
-            return vb::Currency{moneySum};
+        if (money && exact) return vb::Currency{moneySum};
         return sum;
     }
     if (is("Avg")) {

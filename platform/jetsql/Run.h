@@ -28,6 +28,7 @@ public:
 namespace run_errors {
 inline constexpr int AmbiguousField = 3079;
 inline constexpr int NotRunHere = 3251;  // "Operation is not supported for this type of object."
+inline constexpr int ResourceExceeded = 3035;  // "System resource exceeded."
 }  // namespace run_errors
 
 // What a select returns: its column names and its rows in order.

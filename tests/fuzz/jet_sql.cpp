@@ -50,6 +50,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             evaluateAll(select.where);
             evaluateAll(select.having);
         }
+        if (query.kind == Query::Kind::Select) {
+            try {
+                runSelect(query, OneTable(), Rules{});
+            } catch (const ql::RuntimeError&) {
+            }
+        }
         if (query.kind == Query::Kind::Crosstab) {
             try {
                 pivotHeadings(query, OneTable(), Rules{});

@@ -161,6 +161,14 @@ TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
     EXPECT_EQ(resultText("SELECT Id * 2 AS Twice, Post & '!' FROM Emp WHERE Post Like 'c*' AND "
                          "(Id <> [Skip] OR [Skip] Is Null)"),
               (V{"Twice|Expr1000", "2|clerk!", "4|CLERK!"}));
+    Rules small;
+    small.maxRows = 10;
+    try {
+        runSelect(parseQuery("SELECT * FROM Emp, Dept"), Memory(), small);  // 12 rows
+        ADD_FAILURE();
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_EQ(e.number(), run_errors::ResourceExceeded);
+    }
     try {
         resultText("SELECT Id FROM Emp WHERE Sum(Id) > 1");
         ADD_FAILURE();
