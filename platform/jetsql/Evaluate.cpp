@@ -22,6 +22,7 @@ RuntimeError evaluationError(int number, const std::string& name) {
     case errors::Overflow: text = "Overflow"; break;
     case errors::DivisionByZero: text = "Division by zero"; break;
     case errors::UndefinedFunction: text = "Undefined function '" + name + "' in expression."; break;
+    case errors::AggregateInExpression: text = "Cannot have aggregate function in expression (" + name + ")."; break;
     case errors::AggregateInWhere: text = "Cannot have aggregate function in WHERE clause (" + name + ")."; break;
     case errors::TypeMismatch: text = "Data type mismatch in criteria expression."; break;
     case errors::UnknownName:

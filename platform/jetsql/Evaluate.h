@@ -21,6 +21,7 @@ namespace evaluation_errors {
 inline constexpr int Overflow = 6;
 inline constexpr int DivisionByZero = 11;
 inline constexpr int UndefinedFunction = 3085;
+inline constexpr int AggregateInExpression = 3095;
 inline constexpr int AggregateInWhere = 3096;
 inline constexpr int TypeMismatch = 3464;
 inline constexpr int UnknownName = 3070;

@@ -100,7 +100,13 @@ RowSet joined(const Source& join, const Tables& tables, const Rules& rules) {
 RowSet rowsOf(const Source& source, const Tables& tables, const Rules& rules) {
     switch (source.kind) {
     case Source::Kind::Join: return joined(source, tables, rules);
-    case Source::Kind::Derived: notRunHere();  // needs the select list run, which comes with the evaluator's next part
+    case Source::Kind::Derived: {
+        Result derived = runSelect(*source.query, tables, rules);
+        RowSet out;
+        for (auto& column : derived.columns) out.columns.push_back({source.alias.value_or(""), std::move(column)});
+        out.rows = std::move(derived.rows);
+        return out;
+    }
     case Source::Kind::Named: break;
     }
     if (source.database) notRunHere();  // another file's table
@@ -230,7 +236,8 @@ public:
         const bool star = !call.args.empty() && call.args[0]->kind == Expr::Kind::Star;
         std::vector<Variant> values;
         if (!star && !call.args.empty()) {
-            if (containsAggregate(*call.args[0])) throw evaluationError(evaluation_errors::AggregateInWhere, call.op);
+            if (containsAggregate(*call.args[0]))
+                throw evaluationError(evaluation_errors::AggregateInExpression, call.op + "(...)");
             for (const auto* row : rows_) values.push_back(evaluate(*call.args[0], RowScope(columns_, *row), rules_));
         }
         return aggregateOf(call.op, values, rows_.size(), star, rules_);

@@ -2,8 +2,8 @@
 // Runs a select over the file's data: the FROM sources with their joins,
 // WHERE, grouping with aggregates and HAVING, the select list, DISTINCT,
 // ORDER BY and TOP; and the question a crosstab's field count asks: which
-// column headings does the data give. Unions, crosstab results, saved
-// queries and derived tables as sources come next.
+// column headings does the data give. Derived tables are run as sources;
+// unions, crosstab results and saved queries as sources come next.
 #include <string>
 #include <vector>
 

@@ -154,6 +154,10 @@ TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
     // TOP keeps the rows tied with the last one.
     EXPECT_EQ(resultText("SELECT TOP 1 Id FROM Emp ORDER BY Dept"), (V{"Id", "1", "2"}));
     EXPECT_EQ(resultText("SELECT TOP 50 PERCENT * FROM Emp"), (V{"Id|Dept|Post", "1|10|clerk", "2|10|CLERK"}));
+    // A derived table in Access's own form, joined like any source.
+    EXPECT_EQ(resultText("SELECT Big.Name, E.Id FROM [SELECT Id, Name FROM Dept WHERE Id < 30]. AS Big "
+                         "INNER JOIN Emp AS E ON E.Dept = Big.Id ORDER BY E.Id DESC"),
+              (V{"Name|Id", "Stock|3", "Sales|2", "Sales|1"}));
     EXPECT_EQ(resultText("SELECT E.*, D.Name FROM Emp AS E LEFT JOIN Dept AS D ON E.Dept = D.Id WHERE D.Name Is Null"),
               (V{"Id|Dept|Post|Name", "4|30|boss|Null"}));
     // A parameter without a value is Null, so only a test for Null lets the row through.
