@@ -27,7 +27,7 @@ bool headingsFromData(const QueryShape& shape) {
 }
 
 // The column headings a crosstab's data gives, by running it.
-int pivotHeadingCount(const DatabaseState& db, const std::string& sql) {
+int pivotHeadingCount(DatabaseState& db, const std::string& sql) {
     return static_cast<int>(jetsql::pivotHeadings(parseStatement(sql), CatalogueTables(db), textRules(db)).size());
 }
 

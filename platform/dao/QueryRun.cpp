@@ -1,6 +1,7 @@
 #include "platform/dao/QueryRun.h"
 
 #include "platform/dao/LinkedTables.h"
+#include "platform/dao/QuerySql.h"
 #include "platform/jetsql/Parser.h"
 #include "platform/text/Names.h"
 
@@ -9,7 +10,20 @@ namespace ql::dao {
 jetsql::Table CatalogueTables::read(const std::string& name) const {
     const jet::CatalogEntry* entry = db_.jet.findTable(name);
     if (!entry) {
-        if (db_.findQuery(name)) throw daoError(errors::NotSupported);
+        if (const jet::CatalogEntry* query = db_.findQuery(name)) {
+            // A query that reads itself, directly or not, never ends.
+            if (depth_ > 32) throw daoError(errors::InputMissing, name);
+            db_.checkRead(*query, false);
+            const int type = static_cast<int>(query->flags & 0xF0);
+            const std::string sql = queryDefSql(db_.rowsOf(query->id), db_.jet3 ? 3 : 4, type);
+            ++depth_;
+            struct Leave {
+                int& depth;
+                ~Leave() { --depth; }
+            } leave{depth_};
+            jetsql::Result result = jetsql::runSelect(parseStatement(sql), *this, textRules(db_));
+            return {std::move(result.columns), std::move(result.rows)};
+        }
         for (const auto& e : db_.jet.catalogue())
             if ((e.type == jet::kObjectJetLink || e.type == jet::kObjectOdbcLink) && text::sameName(e.name, name)) {
                 linkedColumnCount(e, db_.name);  // the error for a source out of reach

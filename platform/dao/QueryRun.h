@@ -9,16 +9,17 @@
 
 namespace ql::dao {
 
-// The rows of a local table as DAO would hand them out. Saved queries and
-// linked tables as sources are not run yet (3251; a link out of reach gives
-// its own error first).
+// The rows of a local table or a saved select query as DAO would hand them
+// out. Linked tables as sources are not run yet (3251; a link out of reach
+// gives its own error first), nor saved unions and crosstabs.
 class CatalogueTables : public jetsql::Tables {
 public:
-    explicit CatalogueTables(const DatabaseState& db) : db_(db) {}
+    explicit CatalogueTables(DatabaseState& db) : db_(db) {}
     jetsql::Table read(const std::string& name) const override;
 
 private:
-    const DatabaseState& db_;
+    DatabaseState& db_;
+    mutable int depth_ = 0;  // saved queries being run inside one another
 };
 
 // Text compares by the database's sort order.
