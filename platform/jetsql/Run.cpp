@@ -268,6 +268,43 @@ struct OutputRow {
     std::vector<Variant> keys;  // ORDER BY, evaluated where the row came from
 };
 
+bool sameRow(const std::vector<Variant>& a, const std::vector<Variant>& b, const Rules& rules) {
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!sameValue(a[i], b[i], rules)) return false;
+    return true;
+}
+
+// ORDER BY keys compared: Null first, descending items reversed.
+int compareKeys(const std::vector<Variant>& a, const std::vector<Variant>& b, const std::vector<OrderItem>& order,
+                const Rules& rules) {
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const bool nullA = isNullValue(a[k]), nullB = isNullValue(b[k]);
+        int c = nullA || nullB ? (nullA == nullB ? 0 : nullA ? -1 : 1) : compareValues(a[k], b[k], rules).value_or(0);
+        if (order[k].descending) c = -c;
+        if (c != 0) return c;
+    }
+    return 0;
+}
+
+// A union's ORDER BY names the result's columns, by their names alone.
+class ResultScope : public Scope {
+public:
+    ResultScope(const std::vector<std::string>& columns, const std::vector<Variant>& row)
+        : columns_(columns), row_(row) {}
+    Variant value(const Expr& name) const override {
+        for (std::size_t i = 0; i < columns_.size(); ++i)
+            if (text::sameName(columns_[i], name.parts.back())) return row_[i];
+        return vb::Null{};
+    }
+
+private:
+    const std::vector<std::string>& columns_;
+    const std::vector<Variant>& row_;
+};
+
+Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy, const Tables& tables,
+              const Rules& rules);
+
 }  // namespace
 
 std::vector<Variant> pivotHeadings(const Query& crosstab, const Tables& tables, const Rules& rules) {
@@ -290,9 +327,10 @@ std::vector<Variant> pivotHeadings(const Query& crosstab, const Tables& tables, 
     return headings;
 }
 
-Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
-    if (query.kind != Query::Kind::Select || query.selects.size() != 1) notRunHere();
-    const Select& select = query.selects.front();
+namespace {
+
+Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy, const Tables& tables,
+              const Rules& rules) {
     if (select.where && containsAggregate(*select.where))
         throw evaluationError(evaluation_errors::AggregateInWhere,
                               query.text.substr(select.where->begin, select.where->end - select.where->begin));
@@ -327,7 +365,7 @@ Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
                 if (item.kind == SelectItem::Kind::AllColumns || text::sameName(rows.columns[i].source, item.source))
                     row.values.push_back((*sourceRow)[i]);
         }
-        for (const OrderItem& order : query.orderBy) row.keys.push_back(evaluate(*order.value, scope, rules));
+        for (const OrderItem& order : orderBy) row.keys.push_back(evaluate(*order.value, scope, rules));
         out.push_back(std::move(row));
     };
 
@@ -364,39 +402,71 @@ Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
     if (select.predicate == Select::Predicate::Distinct) {
         std::vector<OutputRow> distinct;
         for (auto& row : out) {
-            const bool seen = std::any_of(distinct.begin(), distinct.end(), [&](const OutputRow& d) {
-                for (std::size_t i = 0; i < row.values.size(); ++i)
-                    if (!sameValue(d.values[i], row.values[i], rules)) return false;
-                return true;
-            });
+            const bool seen = std::any_of(distinct.begin(), distinct.end(),
+                                          [&](const OutputRow& d) { return sameRow(d.values, row.values, rules); });
             if (!seen) distinct.push_back(std::move(row));
         }
         out = std::move(distinct);
     }
 
-    // Null sorts first; equal keys keep the order the rows came in.
-    auto compareKeys = [&](const OutputRow& a, const OutputRow& b) {
-        for (std::size_t k = 0; k < query.orderBy.size(); ++k) {
-            const bool nullA = isNullValue(a.keys[k]), nullB = isNullValue(b.keys[k]);
-            int c = nullA || nullB ? (nullA == nullB ? 0 : nullA ? -1 : 1) : compareValues(a.keys[k], b.keys[k], rules).value_or(0);
-            if (query.orderBy[k].descending) c = -c;
-            if (c != 0) return c;
-        }
-        return 0;
-    };
-    std::stable_sort(out.begin(), out.end(), [&](const OutputRow& a, const OutputRow& b) { return compareKeys(a, b) < 0; });
+    // Equal keys keep the order the rows came in.
+    std::stable_sort(out.begin(), out.end(), [&](const OutputRow& a, const OutputRow& b) {
+        return compareKeys(a.keys, b.keys, orderBy, rules) < 0;
+    });
 
     if (select.top) {
         const double n = numberValue(*select.top).value_or(0);
         std::size_t keep = select.topPercent ? static_cast<std::size_t>(std::ceil(n / 100.0 * static_cast<double>(out.size())))
                                              : static_cast<std::size_t>(std::max(0.0, n));
         // Rows tied with the last one kept come too, as Jet gives them.
-        if (keep > 0 && !query.orderBy.empty())
-            while (keep < out.size() && compareKeys(out[keep], out[keep - 1]) == 0) ++keep;
+        if (keep > 0 && !orderBy.empty())
+            while (keep < out.size() && compareKeys(out[keep].keys, out[keep - 1].keys, orderBy, rules) == 0) ++keep;
         if (keep < out.size()) out.resize(keep);
     }
     for (auto& row : out) result.rows.push_back(std::move(row.values));
     return result;
+}
+
+}  // namespace
+
+Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
+    if (query.kind == Query::Kind::Crosstab || query.selects.empty()) notRunHere();
+    if (query.kind == Query::Kind::Select) return runOne(query, query.selects.front(), query.orderBy, tables, rules);
+    // A union: its halves left to right, each UNION (not UNION ALL) leaving
+    // one of each row of what it has joined; then the statement's ORDER BY.
+    Result all = runOne(query, query.selects.front(), {}, tables, rules);
+    for (std::size_t i = 1; i < query.selects.size(); ++i) {
+        Result next = runOne(query, query.selects[i], {}, tables, rules);
+        if (next.columns.size() != all.columns.size())
+            throw RuntimeError(run_errors::UnionColumns, "The number of columns in the two selected tables or queries "
+                                                          "of a union query do not match.");
+        for (auto& row : next.rows) all.rows.push_back(std::move(row));
+        if (!query.unionAll[i - 1]) {
+            std::vector<std::vector<Variant>> distinct;
+            for (auto& row : all.rows)
+                if (std::none_of(distinct.begin(), distinct.end(),
+                                 [&](const std::vector<Variant>& d) { return sameRow(d, row, rules); }))
+                    distinct.push_back(std::move(row));
+            all.rows = std::move(distinct);
+        }
+        if (all.rows.size() > rules.maxRows)
+            throw RuntimeError(run_errors::ResourceExceeded, "System resource exceeded.");
+    }
+    if (!query.orderBy.empty()) {
+        std::vector<std::pair<std::vector<Variant>, std::vector<Variant>>> keyed;
+        for (auto& row : all.rows) {
+            std::vector<Variant> keys;
+            for (const OrderItem& order : query.orderBy)
+                keys.push_back(evaluate(*order.value, ResultScope(all.columns, row), rules));
+            keyed.emplace_back(std::move(keys), std::move(row));
+        }
+        std::stable_sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
+            return compareKeys(a.first, b.first, query.orderBy, rules) < 0;
+        });
+        all.rows.clear();
+        for (auto& [keys, row] : keyed) all.rows.push_back(std::move(row));
+    }
+    return all;
 }
 
 }  // namespace ql::jetsql

@@ -2,8 +2,8 @@
 // Runs a select over the file's data: the FROM sources with their joins,
 // WHERE, grouping with aggregates and HAVING, the select list, DISTINCT,
 // ORDER BY and TOP; and the question a crosstab's field count asks: which
-// column headings does the data give. Derived tables are run as sources;
-// unions, crosstab results and saved queries as sources come next.
+// column headings does the data give. Unions run too; a crosstab's own
+// result comes next.
 #include <string>
 #include <vector>
 
@@ -29,6 +29,7 @@ namespace run_errors {
 inline constexpr int AmbiguousField = 3079;
 inline constexpr int NotRunHere = 3251;  // "Operation is not supported for this type of object."
 inline constexpr int ResourceExceeded = 3035;  // "System resource exceeded."
+inline constexpr int UnionColumns = 3307;
 }  // namespace run_errors
 
 // What a select returns: its column names and its rows in order.
@@ -37,7 +38,7 @@ struct Result {
     std::vector<std::vector<Variant>> rows;
 };
 
-// Runs a select statement. Parameters read as Null.
+// Runs a select or union statement. Parameters read as Null.
 Result runSelect(const Query& query, const Tables& tables, const Rules& rules);
 
 // The distinct values of a crosstab's PIVOT expression over the rows its

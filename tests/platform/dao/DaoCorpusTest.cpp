@@ -259,6 +259,8 @@ TEST(RunSelect, NorthwindSavedQueriesGiveTheirPublishedRows) {
     EXPECT_EQ(vb::CStr(top.rows[0][1]), "263.5");
     // "Current Product List": the products not discontinued, 69 of the 77.
     EXPECT_EQ(db.RunSelect(db.QueryDefs()["Current Product List"].SQL()).rows.size(), 69u);
+    // A saved union: the 91 customers and 29 suppliers, 120 rows as published.
+    EXPECT_EQ(db.RunSelect(db.QueryDefs()["Customers and Suppliers by City"].SQL()).rows.size(), 120u);
     // A saved select query as a source runs in turn.
     EXPECT_EQ(db.RunSelect("SELECT Count(*) FROM [Current Product List]").rows.at(0).at(0), Variant(std::int32_t{69}));
     const auto byCategory = db.RunSelect("SELECT CategoryID, Count(*) AS N FROM Products GROUP BY CategoryID ORDER BY CategoryID");

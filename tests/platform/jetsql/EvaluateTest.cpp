@@ -165,6 +165,17 @@ TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
     EXPECT_EQ(resultText("SELECT Id * 2 AS Twice, Post & '!' FROM Emp WHERE Post Like 'c*' AND "
                          "(Id <> [Skip] OR [Skip] Is Null)"),
               (V{"Twice|Expr1000", "2|clerk!", "4|CLERK!"}));
+    // Unions: UNION leaves one of each row, UNION ALL keeps them all, and
+    // ORDER BY names the first half's columns.
+    EXPECT_EQ(resultText("SELECT Dept FROM Emp UNION SELECT Id FROM Dept ORDER BY Dept DESC"),
+              (V{"Dept", "40", "30", "20", "10"}));
+    EXPECT_EQ(resultText("SELECT Dept FROM Emp UNION ALL SELECT Id FROM Dept").size(), 8u);
+    try {
+        resultText("SELECT Id, Post FROM Emp UNION SELECT Id FROM Dept");
+        ADD_FAILURE();
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_EQ(e.number(), run_errors::UnionColumns);
+    }
     Rules small;
     small.maxRows = 10;
     try {
