@@ -11,7 +11,7 @@ namespace ql::dao {
 
 // The rows of a local table or a saved select query as DAO would hand them
 // out. Linked tables as sources are not run yet (3251; a link out of reach
-// gives its own error first), nor saved unions and crosstabs.
+// gives its own error first), nor saved crosstabs.
 class CatalogueTables : public jetsql::Tables {
 public:
     explicit CatalogueTables(DatabaseState& db) : db_(db) {}
