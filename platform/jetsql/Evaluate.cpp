@@ -141,8 +141,6 @@ std::optional<int> compareValues(const Variant& a, const Variant& b, const Rules
 
 namespace {
 
-std::optional<int> compare(const Variant& a, const Variant& b, const Rules& rules) { return compareValues(a, b, rules); }
-
 Variant truth(std::optional<bool> value) {
     if (!value) return vb::Null{};
     return *value;
@@ -277,8 +275,8 @@ public:
         case K::IsNull: return isNull((*this)(*e.args[0])) != e.negated;
         case K::Between: {
             const Variant v = (*this)(*e.args[0]);
-            const auto low = compare(v, (*this)(*e.args[1]), rules_);
-            const auto high = compare(v, (*this)(*e.args[2]), rules_);
+            const auto low = compareValues(v, (*this)(*e.args[1]), rules_);
+            const auto high = compareValues(v, (*this)(*e.args[2]), rules_);
             if (!low || !high) return vb::Null{};
             return (*low >= 0 && *high <= 0) != e.negated;
         }
@@ -287,7 +285,7 @@ public:
             if (isNull(v)) return vb::Null{};
             bool sawNull = false;
             for (std::size_t i = 1; i < e.args.size(); ++i) {
-                const auto c = compare(v, (*this)(*e.args[i]), rules_);
+                const auto c = compareValues(v, (*this)(*e.args[i]), rules_);
                 if (!c) sawNull = true;
                 else if (*c == 0) return !e.negated;
             }
@@ -361,7 +359,7 @@ private:
             return textOf(a) + textOf(b);
         }
         if (op == "=" || op == "<>" || op == "<" || op == ">" || op == "<=" || op == ">=") {
-            const auto c = compare(a, b, rules_);
+            const auto c = compareValues(a, b, rules_);
             if (!c) return vb::Null{};
             if (op == "=") return *c == 0;
             if (op == "<>") return *c != 0;
