@@ -25,6 +25,7 @@ RuntimeError evaluationError(int number, const std::string& name) {
     case errors::AggregateInExpression: text = "Cannot have aggregate function in expression (" + name + ")."; break;
     case errors::AggregateInWhere: text = "Cannot have aggregate function in WHERE clause (" + name + ")."; break;
     case errors::TypeMismatch: text = "Data type mismatch in criteria expression."; break;
+    case errors::SubqueryRows: text = "At most one record can be returned by this subquery."; break;
     case errors::UnknownName:
         text = "The Microsoft Jet database engine does not recognize '" + name +
                "' as a valid field name or expression.";
@@ -293,13 +294,28 @@ public:
             return e.negated;
         }
         case K::Call: return call(e);
-        case K::Star:
-        case K::InQuery:
-        case K::Exists:
-        case K::Subquery: break;
+        case K::Exists: return !subqueryRows(e).empty();
+        case K::Subquery: {
+            const auto rows = subqueryRows(e);
+            if (rows.size() > 1) throw evaluationError(errors::SubqueryRows);
+            return rows.empty() || rows[0].empty() ? Variant(vb::Null{}) : rows[0][0];
         }
-        // Sub-queries and "*" need the statement around them, not one row.
-        throw evaluationError(errors::UnknownName, "subquery");
+        case K::InQuery: {
+            const Variant v = (*this)(*e.args[0]);
+            if (isNull(v)) return vb::Null{};
+            bool sawNull = false;
+            for (const auto& row : subqueryRows(e)) {
+                const auto c = row.empty() ? std::nullopt : compareValues(v, row[0], rules_);
+                if (!c) sawNull = true;
+                else if (*c == 0) return !e.negated;
+            }
+            if (sawNull) return vb::Null{};
+            return e.negated;
+        }
+        case K::Star: break;
+        }
+        // "*" stands only inside an aggregate's parentheses.
+        throw evaluationError(errors::UnknownName, "*");
     }
 
 private:
@@ -320,6 +336,12 @@ private:
             if (errno == 0 && *end == '\0') return wholeResult(n);
         }
         return vb::Val(text);
+    }
+
+    std::vector<std::vector<Variant>> subqueryRows(const Expr& e) const {
+        auto rows = scope_.rowsOf(*e.query);
+        if (!rows) throw evaluationError(errors::UnknownName, "subquery");
+        return std::move(*rows);
     }
 
     Variant unary(const Expr& e) const {

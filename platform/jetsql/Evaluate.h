@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/RuntimeError.h"
 #include "platform/jetsql/Syntax.h"
@@ -25,6 +26,7 @@ inline constexpr int AggregateInExpression = 3095;
 inline constexpr int AggregateInWhere = 3096;
 inline constexpr int TypeMismatch = 3464;
 inline constexpr int UnknownName = 3070;
+inline constexpr int SubqueryRows = 3354;
 }  // namespace evaluation_errors
 
 // The error with its number and Jet's text ("|" in the text is `name`).
@@ -39,6 +41,12 @@ public:
     // An aggregate call (Count, Sum ...) over the rows of the current group;
     // a scope of one row has no group, and the call is refused (3096).
     virtual std::optional<Variant> aggregate(const Expr& call) const { return std::nullopt; }
+    // The rows a sub-query gives, run where this row can be seen from it (a
+    // correlated sub-query reads the row's columns); nullopt where no data
+    // can be reached.
+    virtual std::optional<std::vector<std::vector<Variant>>> rowsOf(const Query& subquery) const {
+        return std::nullopt;
+    }
 };
 
 struct Rules {

@@ -20,11 +20,29 @@ struct RowSet {
     std::vector<std::vector<Variant>> rows;
 };
 
-// The columns of the current row by name. A name no source has is a
+// What a run needs to start a sub-query from inside a row: where tables
+// come from, the rules, and the row of the statement around it.
+struct RunContext {
+    const Tables& tables;
+    const Rules& rules;
+    const Scope* outer;  // the enclosing statement's row, for correlated sub-queries
+};
+
+Result runSelectWithin(const Query& query, const RunContext& context);
+
+// The columns of the current row by name; a name the row does not have is
+// looked for in the enclosing statement's row, and otherwise is a
 // parameter, and Null.
 class RowScope : public Scope {
 public:
-    RowScope(const std::vector<Binding>& columns, const std::vector<Variant>& row) : columns_(columns), row_(row) {}
+    RowScope(const std::vector<Binding>& columns, const std::vector<Variant>& row,
+             const RunContext* context = nullptr)
+        : columns_(columns), row_(row), context_(context) {}
+
+    std::optional<std::vector<std::vector<Variant>>> rowsOf(const Query& subquery) const override {
+        if (!context_) return std::nullopt;
+        return runSelectWithin(subquery, {context_->tables, context_->rules, this}).rows;
+    }
 
     Variant value(const Expr& name) const override {
         const std::vector<std::string>& parts = name.parts;
@@ -43,12 +61,15 @@ public:
             }
             found = i;
         }
-        return found ? row_[*found] : Variant(vb::Null{});
+        if (found) return row_[*found];
+        if (context_ && context_->outer) return context_->outer->value(name);
+        return vb::Null{};
     }
 
 private:
     const std::vector<Binding>& columns_;
     const std::vector<Variant>& row_;
+    const RunContext* context_;
 };
 
 void checkSize(const RowSet& rows, const Rules& rules) {
@@ -224,12 +245,13 @@ Variant aggregateOf(const std::string& function, const std::vector<Variant>& val
 class GroupScope : public Scope {
 public:
     GroupScope(const std::vector<Binding>& columns, const std::vector<const std::vector<Variant>*>& rows,
-               const Rules& rules)
-        : columns_(columns), rows_(rows), rules_(rules) {}
+               const RunContext& context)
+        : columns_(columns), rows_(rows), rules_(context.rules), context_(context) {}
 
-    Variant value(const Expr& name) const override {
-        static const std::vector<Variant> none;
-        return RowScope(columns_, rows_.empty() ? none : *rows_.front()).value(name);
+    Variant value(const Expr& name) const override { return first().value(name); }
+
+    std::optional<std::vector<std::vector<Variant>>> rowsOf(const Query& subquery) const override {
+        return first().rowsOf(subquery);
     }
 
     std::optional<Variant> aggregate(const Expr& call) const override {
@@ -238,15 +260,22 @@ public:
         if (!star && !call.args.empty()) {
             if (containsAggregate(*call.args[0]))
                 throw evaluationError(evaluation_errors::AggregateInExpression, call.op + "(...)");
-            for (const auto* row : rows_) values.push_back(evaluate(*call.args[0], RowScope(columns_, *row), rules_));
+            for (const auto* row : rows_)
+                values.push_back(evaluate(*call.args[0], RowScope(columns_, *row, &context_), rules_));
         }
         return aggregateOf(call.op, values, rows_.size(), star, rules_);
     }
 
 private:
+    RowScope first() const {
+        static const std::vector<Variant> none;
+        return RowScope(columns_, rows_.empty() ? none : *rows_.front(), &context_);
+    }
+
     const std::vector<Binding>& columns_;
     const std::vector<const std::vector<Variant>*>& rows_;
     const Rules& rules_;
+    const RunContext& context_;
 };
 
 // A column's name as Access gives it: the alias, a plain field's own name,
@@ -302,8 +331,8 @@ private:
     const std::vector<Variant>& row_;
 };
 
-Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy, const Tables& tables,
-              const Rules& rules);
+Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy,
+              const RunContext& context);
 
 }  // namespace
 
@@ -315,9 +344,10 @@ std::vector<Variant> pivotHeadings(const Query& crosstab, const Tables& tables, 
         throw evaluationError(evaluation_errors::AggregateInWhere,
                               crosstab.text.substr(select.where->begin, select.where->end - select.where->begin));
     const RowSet rows = fromRows(select, tables, rules);
+    const RunContext context{tables, rules, nullptr};
     std::vector<Variant> headings;
     for (const auto& row : rows.rows) {
-        const RowScope scope(rows.columns, row);
+        const RowScope scope(rows.columns, row, &context);
         if (select.where && !holds(evaluate(*select.where, scope, rules))) continue;
         Variant heading = evaluate(*crosstab.pivot, scope, rules);
         bool seen = false;
@@ -329,15 +359,18 @@ std::vector<Variant> pivotHeadings(const Query& crosstab, const Tables& tables, 
 
 namespace {
 
-Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy, const Tables& tables,
-              const Rules& rules) {
+Result runOne(const Query& query, const Select& select, const std::vector<OrderItem>& orderBy,
+              const RunContext& context) {
+    const Tables& tables = context.tables;
+    const Rules& rules = context.rules;
     if (select.where && containsAggregate(*select.where))
         throw evaluationError(evaluation_errors::AggregateInWhere,
                               query.text.substr(select.where->begin, select.where->end - select.where->begin));
     RowSet rows = fromRows(select, tables, rules);
     std::vector<const std::vector<Variant>*> kept;
     for (const auto& row : rows.rows)
-        if (!select.where || holds(evaluate(*select.where, RowScope(rows.columns, row), rules))) kept.push_back(&row);
+        if (!select.where || holds(evaluate(*select.where, RowScope(rows.columns, row, &context), rules)))
+            kept.push_back(&row);
 
     Result result;
     int unnamed = 0;
@@ -377,7 +410,8 @@ Result runOne(const Query& query, const Select& select, const std::vector<OrderI
         if (select.groupBy.empty()) groups.emplace_back(kept);
         for (const auto* row : select.groupBy.empty() ? std::vector<const std::vector<Variant>*>{} : kept) {
             std::vector<Variant> key;
-            for (const auto& g : select.groupBy) key.push_back(evaluate(*g, RowScope(rows.columns, *row), rules));
+            for (const auto& g : select.groupBy)
+                key.push_back(evaluate(*g, RowScope(rows.columns, *row, &context), rules));
             std::size_t at = 0;
             for (; at < groupKeys.size(); ++at) {
                 bool same = true;
@@ -391,12 +425,12 @@ Result runOne(const Query& query, const Select& select, const std::vector<OrderI
             groups[at].push_back(row);
         }
         for (const auto& group : groups) {
-            const GroupScope scope(rows.columns, group, rules);
+            const GroupScope scope(rows.columns, group, context);
             if (select.having && !holds(evaluate(*select.having, scope, rules))) continue;
             emit(scope, nullptr);
         }
     } else {
-        for (const auto* row : kept) emit(RowScope(rows.columns, *row), row);
+        for (const auto* row : kept) emit(RowScope(rows.columns, *row, &context), row);
     }
 
     if (select.predicate == Select::Predicate::Distinct) {
@@ -427,16 +461,15 @@ Result runOne(const Query& query, const Select& select, const std::vector<OrderI
     return result;
 }
 
-}  // namespace
-
-Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
+Result runSelectWithin(const Query& query, const RunContext& context) {
+    const Rules& rules = context.rules;
     if (query.kind == Query::Kind::Crosstab || query.selects.empty()) notRunHere();
-    if (query.kind == Query::Kind::Select) return runOne(query, query.selects.front(), query.orderBy, tables, rules);
+    if (query.kind == Query::Kind::Select) return runOne(query, query.selects.front(), query.orderBy, context);
     // A union: its halves left to right, each UNION (not UNION ALL) leaving
     // one of each row of what it has joined; then the statement's ORDER BY.
-    Result all = runOne(query, query.selects.front(), {}, tables, rules);
+    Result all = runOne(query, query.selects.front(), {}, context);
     for (std::size_t i = 1; i < query.selects.size(); ++i) {
-        Result next = runOne(query, query.selects[i], {}, tables, rules);
+        Result next = runOne(query, query.selects[i], {}, context);
         if (next.columns.size() != all.columns.size())
             throw RuntimeError(run_errors::UnionColumns, "The number of columns in the two selected tables or queries "
                                                           "of a union query do not match.");
@@ -467,6 +500,12 @@ Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
         for (auto& [keys, row] : keyed) all.rows.push_back(std::move(row));
     }
     return all;
+}
+
+}  // namespace
+
+Result runSelect(const Query& query, const Tables& tables, const Rules& rules) {
+    return runSelectWithin(query, {tables, rules, nullptr});
 }
 
 }  // namespace ql::jetsql

@@ -259,6 +259,8 @@ TEST(RunSelect, NorthwindSavedQueriesGiveTheirPublishedRows) {
     EXPECT_EQ(vb::CStr(top.rows[0][1]), "263.5");
     // "Current Product List": the products not discontinued, 69 of the 77.
     EXPECT_EQ(db.RunSelect(db.QueryDefs()["Current Product List"].SQL()).rows.size(), 69u);
+    // A sub-query: the 25 products above the average price, as published.
+    EXPECT_EQ(db.RunSelect(db.QueryDefs()["Products Above Average Price"].SQL()).rows.size(), 25u);
     // A saved union: the 91 customers and 29 suppliers, 120 rows as published.
     EXPECT_EQ(db.RunSelect(db.QueryDefs()["Customers and Suppliers by City"].SQL()).rows.size(), 120u);
     // A saved select query as a source runs in turn.

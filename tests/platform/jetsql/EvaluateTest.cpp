@@ -165,6 +165,18 @@ TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
     EXPECT_EQ(resultText("SELECT Id * 2 AS Twice, Post & '!' FROM Emp WHERE Post Like 'c*' AND "
                          "(Id <> [Skip] OR [Skip] Is Null)"),
               (V{"Twice|Expr1000", "2|clerk!", "4|CLERK!"}));
+    // Sub-queries: a value, IN and a correlated EXISTS.
+    EXPECT_EQ(resultText("SELECT Id FROM Emp WHERE Id > (SELECT Avg(Id) FROM Emp)"), (V{"Id", "3", "4"}));
+    EXPECT_EQ(resultText("SELECT Name FROM Dept WHERE Id Not In (SELECT Dept FROM Emp)"), (V{"Name", "Empty"}));
+    EXPECT_EQ(resultText("SELECT D.Name FROM Dept AS D WHERE EXISTS (SELECT * FROM Emp WHERE Emp.Dept = D.Id AND "
+                         "Post Is Null)"),
+              (V{"Name", "Stock"}));
+    try {
+        resultText("SELECT Id FROM Emp WHERE Id = (SELECT Id FROM Dept)");
+        ADD_FAILURE();
+    } catch (const ql::RuntimeError& e) {
+        EXPECT_EQ(e.number(), evaluation_errors::SubqueryRows);
+    }
     // Unions: UNION leaves one of each row, UNION ALL keeps them all, and
     // ORDER BY names the first half's columns.
     EXPECT_EQ(resultText("SELECT Dept FROM Emp UNION SELECT Id FROM Dept ORDER BY Dept DESC"),
