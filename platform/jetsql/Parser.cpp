@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <optional>
 #include <strings.h>
 
 #include "platform/jetsql/Tokens.h"
@@ -441,44 +443,33 @@ private:
         return finish(e);
     }
 
-    // "&", then "+"/"-", MOD, "\", "*"/"/", "^", tightest last.
-    ExprPtr concatenation() {
-        ExprPtr left = additive();
-        // "&H" starts a hexadecimal number, not a concatenation.
-        while (isSymbolAt(0, '&') && !hexAhead()) {
+    // The arithmetic operators, loosest first: "&", "+"/"-", MOD, "\\",
+    // "*"/"/"; then the signs and "^".
+    static constexpr std::array<std::array<const char*, 2>, 5> kArithmetic = {
+        {{"&", nullptr}, {"+", "-"}, {"MOD", nullptr}, {"\\", nullptr}, {"*", "/"}}};
+
+    std::optional<std::string> arithmeticOperator(std::size_t level) const {
+        for (const char* op : kArithmetic[level]) {
+            if (!op) continue;
+            const bool here = op[1] == '\0' && !std::isalpha(static_cast<unsigned char>(op[0])) ? isSymbolAt(0, op[0])
+                                                                                               : isWordAt(0, op);
+            // "&H" starts a hexadecimal number, not a concatenation.
+            if (here && !(op[0] == '&' && hexAhead())) return std::string(op);
+        }
+        return std::nullopt;
+    }
+
+    ExprPtr arithmetic(std::size_t level) {
+        if (level == kArithmetic.size()) return unary();
+        ExprPtr left = arithmetic(level + 1);
+        while (const auto op = arithmeticOperator(level)) {
             ++at_;
-            left = binary("&", left, additive());
+            left = binary(*op, left, arithmetic(level + 1));
         }
         return left;
     }
-    ExprPtr additive() {
-        ExprPtr left = modulo();
-        while (isSymbolAt(0, '+') || isSymbolAt(0, '-')) {
-            const std::string op = peek()->text;
-            ++at_;
-            left = binary(op, left, modulo());
-        }
-        return left;
-    }
-    ExprPtr modulo() {
-        ExprPtr left = integerDivision();
-        while (word("MOD")) left = binary("MOD", left, integerDivision());
-        return left;
-    }
-    ExprPtr integerDivision() {
-        ExprPtr left = multiplicative();
-        while (symbol('\\')) left = binary("\\", left, multiplicative());
-        return left;
-    }
-    ExprPtr multiplicative() {
-        ExprPtr left = unary();
-        while (isSymbolAt(0, '*') || isSymbolAt(0, '/')) {
-            const std::string op = peek()->text;
-            ++at_;
-            left = binary(op, left, unary());
-        }
-        return left;
-    }
+    ExprPtr concatenation() { return arithmetic(0); }
+
     ExprPtr unary() {
         if (isSymbolAt(0, '-') || isSymbolAt(0, '+')) {
             auto e = node(Expr::Kind::Unary, offset());

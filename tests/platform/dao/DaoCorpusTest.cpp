@@ -15,6 +15,7 @@
 #include "platform/dao/LinkedTables.h"
 #include "platform/vb/VbText.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/RuntimeErrors.h"
 
 namespace {
 
@@ -200,15 +201,6 @@ INSTANTIATE_TEST_SUITE_P(Corpus, CorpusDatabase, testing::ValuesIn(cases()), [](
 
 namespace {
 
-int errorNumber(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const ql::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
-
 // A query over a linked table compiles against the link's source: an ODBC
 // source cannot be reached here, a Jet one is found beside the front end or
 // said to be missing the way Jet says it.
@@ -237,11 +229,11 @@ TEST(LinkedTables, ColumnsComeFromTheSourceOrTheErrorJetGives) {
     const auto source = ql::jet::Database::open(corpusFile("j4_querytest2003.mdb"));
     EXPECT_EQ(linkedColumnCount(link, frontEnd), static_cast<int>(source.tableDef("Table1").columns.size()));
     link.foreignName = "NoSuchTable";
-    EXPECT_EQ(errorNumber([&] { linkedColumnCount(link, frontEnd); }), errors::ObjectNotFound);
+    EXPECT_EQ(ql::test::errorNumberOf([&] { linkedColumnCount(link, frontEnd); }), errors::ObjectNotFound);
     link.database = "C:\\db\\absent.mdb";
-    EXPECT_EQ(errorNumber([&] { linkedColumnCount(link, frontEnd); }), errors::BadPath);
+    EXPECT_EQ(ql::test::errorNumberOf([&] { linkedColumnCount(link, frontEnd); }), errors::BadPath);
     link.database = (ql::test::corpusDir() / "files" / "absent.mdb").string();
-    EXPECT_EQ(errorNumber([&] { linkedColumnCount(link, frontEnd); }), errors::CouldNotFindFile);
+    EXPECT_EQ(ql::test::errorNumberOf([&] { linkedColumnCount(link, frontEnd); }), errors::CouldNotFindFile);
 }
 
 }  // namespace

@@ -3,10 +3,12 @@
 #include "platform/jetsql/Parser.h"
 #include "platform/jetsql/Run.h"
 #include "platform/vb/VbText.h"
+#include "tests/support/RuntimeErrors.h"
 
 namespace {
 
 using namespace ql::jetsql;
+using ql::test::errorNumberOf;
 namespace vb = ql::vb;
 
 // Names read from a fixed row.
@@ -56,12 +58,7 @@ TEST(JetSqlValues, JetsRulesForNullTypesTextAndDates) {
 
 TEST(JetSqlValues, ErrorsCarryJetsNumbers) {
     auto numberOf = [](const char* expression) {
-        try {
-            evaluate(*parseExpression(expression), Fixed(), Rules{});
-        } catch (const ql::RuntimeError& e) {
-            return e.number();
-        }
-        return 0;
+        return errorNumberOf([&] { evaluate(*parseExpression(expression), Fixed(), Rules{}); });
     };
     EXPECT_EQ(numberOf("1 / 0"), evaluation_errors::DivisionByZero);
     EXPECT_EQ(numberOf("n > 'abc'"), evaluation_errors::TypeMismatch);
@@ -114,12 +111,7 @@ TEST(JetSqlRun, CrosstabHeadingsComeFromJoinedFilteredRows) {
               (V{"Sales", "Stock", "Empty"}));
     EXPECT_EQ(headings("TRANSFORM Count(*) SELECT 1 FROM Emp, Dept WHERE Emp.Dept = Dept.Id AND Emp.Id > 1 PIVOT Name"),
               (V{"Sales", "Stock"}));
-    try {
-        headings("TRANSFORM Count(*) SELECT 1 FROM Emp, Dept PIVOT Id");
-        ADD_FAILURE();
-    } catch (const ql::RuntimeError& e) {
-        EXPECT_EQ(e.number(), run_errors::AmbiguousField);
-    }
+    EXPECT_EQ(errorNumberOf([&] { headings("TRANSFORM Count(*) SELECT 1 FROM Emp, Dept PIVOT Id"); }), run_errors::AmbiguousField);
 }
 
 }  // namespace
@@ -171,31 +163,17 @@ TEST(JetSqlRun, SelectsGroupFilterSortDistinctAndTop) {
     EXPECT_EQ(resultText("SELECT D.Name FROM Dept AS D WHERE EXISTS (SELECT * FROM Emp WHERE Emp.Dept = D.Id AND "
                          "Post Is Null)"),
               (V{"Name", "Stock"}));
-    try {
-        resultText("SELECT Id FROM Emp WHERE Id = (SELECT Id FROM Dept)");
-        ADD_FAILURE();
-    } catch (const ql::RuntimeError& e) {
-        EXPECT_EQ(e.number(), evaluation_errors::SubqueryRows);
-    }
+    EXPECT_EQ(errorNumberOf([&] { resultText("SELECT Id FROM Emp WHERE Id = (SELECT Id FROM Dept)"); }), evaluation_errors::SubqueryRows);
     // Unions: UNION leaves one of each row, UNION ALL keeps them all, and
     // ORDER BY names the first half's columns.
     EXPECT_EQ(resultText("SELECT Dept FROM Emp UNION SELECT Id FROM Dept ORDER BY Dept DESC"),
               (V{"Dept", "40", "30", "20", "10"}));
     EXPECT_EQ(resultText("SELECT Dept FROM Emp UNION ALL SELECT Id FROM Dept").size(), 8u);
-    try {
-        resultText("SELECT Id, Post FROM Emp UNION SELECT Id FROM Dept");
-        ADD_FAILURE();
-    } catch (const ql::RuntimeError& e) {
-        EXPECT_EQ(e.number(), run_errors::UnionColumns);
-    }
+    EXPECT_EQ(errorNumberOf([&] { resultText("SELECT Id, Post FROM Emp UNION SELECT Id FROM Dept"); }), run_errors::UnionColumns);
     Rules small;
     small.maxRows = 10;
-    try {
-        runSelect(parseQuery("SELECT * FROM Emp, Dept"), Memory(), small);  // 12 rows
-        ADD_FAILURE();
-    } catch (const ql::RuntimeError& e) {
-        EXPECT_EQ(e.number(), run_errors::ResourceExceeded);
-    }
+    EXPECT_EQ(errorNumberOf([&] { runSelect(parseQuery("SELECT * FROM Emp, Dept"), Memory(), small); }),  // 12 rows
+              run_errors::ResourceExceeded);
     try {
         resultText("SELECT Id FROM Emp WHERE Sum(Id) > 1");
         ADD_FAILURE();

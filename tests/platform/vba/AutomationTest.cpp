@@ -1,6 +1,7 @@
 #include "platform/vba/AccessStorageTree.h"
 #include "platform/vba/Automation.h"
 #include "tests/platform/vba/TestImages.h"
+#include "tests/support/RuntimeErrors.h"
 
 #include <gtest/gtest.h>
 
@@ -28,21 +29,14 @@ VbaProject sampleProject(const std::filesystem::path& path) {
     return projectFromStorage(AccessStorageTree(rows), ProjectLayout::AccessStorage, 1252);
 }
 
-int errorNumber(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const RuntimeError& error) {
-        return error.number();
-    }
-    return 0;
-}
+using ql::test::errorNumberOf;
 
 TEST(Automation, CreateObjectKnowsOnlyTheApplicationClass) {
     EXPECT_NE(CreateObject("Access.Application", sampleProject), nullptr);
     EXPECT_NE(CreateObject("access.application.11", sampleProject), nullptr);
-    EXPECT_EQ(errorNumber([] { CreateObject("Excel.Application", sampleProject); }), CannotCreateObject);
-    EXPECT_EQ(errorNumber([] { CreateObject("Access.Application.", sampleProject); }), CannotCreateObject);
-    EXPECT_EQ(errorNumber([] { CreateObject("Access.ApplicationX", sampleProject); }), CannotCreateObject);
+    EXPECT_EQ(errorNumberOf([] { CreateObject("Excel.Application", sampleProject); }), CannotCreateObject);
+    EXPECT_EQ(errorNumberOf([] { CreateObject("Access.Application.", sampleProject); }), CannotCreateObject);
+    EXPECT_EQ(errorNumberOf([] { CreateObject("Access.ApplicationX", sampleProject); }), CannotCreateObject);
 }
 
 // The calls the modules grid makes, in its order.
@@ -57,7 +51,7 @@ TEST(Automation, ServesLineCountsAndLinesOfAnOpenDatabase) {
     EXPECT_EQ(module->CountOfLines(), 4);
     EXPECT_EQ(module->Lines(3, 1), "Sub S()");
     EXPECT_EQ(module->Lines(1, 2), "Option Explicit\r\n");
-    EXPECT_EQ(errorNumber([&] { module->Lines(0, 1); }), InvalidCall);
+    EXPECT_EQ(errorNumberOf([&] { module->Lines(0, 1); }), InvalidCall);
     app->DoCmd().Close(5, "Good", 2);
     app->CloseCurrentDatabase();
     EXPECT_EQ(module->CountOfLines(), 4);  // a module object outlives the closed database
@@ -70,12 +64,12 @@ TEST(Automation, ServesLineCountsAndLinesOfAnOpenDatabase) {
 // once per module.
 TEST(Automation, UnreadableModulesFailWhenReadNamingTheModule) {
     auto app = CreateObject("Access.Application", sampleProject);
-    EXPECT_EQ(errorNumber([&] { app->Modules("Good"); }), ModuleNotFound);  // nothing open yet
+    EXPECT_EQ(errorNumberOf([&] { app->Modules("Good"); }), ModuleNotFound);  // nothing open yet
     app->OpenCurrentDatabase("app.mdb");
     const auto nothing = app->Modules("Nothing");
-    EXPECT_EQ(errorNumber([&] { nothing->CountOfLines(); }), ModuleNotFound);
+    EXPECT_EQ(errorNumberOf([&] { nothing->CountOfLines(); }), ModuleNotFound);
     const auto bad = app->Modules("Bad");
-    EXPECT_EQ(errorNumber([&] { bad->Lines(1, 1); }), ModuleSourceDamaged);
+    EXPECT_EQ(errorNumberOf([&] { bad->Lines(1, 1); }), ModuleSourceDamaged);
     try {
         bad->CountOfLines();
         FAIL();
@@ -84,13 +78,13 @@ TEST(Automation, UnreadableModulesFailWhenReadNamingTheModule) {
         EXPECT_NE(error.description().find("'Bad'"), std::string::npos) << error.description();
     }
     EXPECT_EQ(app->Modules("Good")->CountOfLines(), 4);  // the damaged module costs only itself
-    EXPECT_EQ(errorNumber([&] { app->OpenCurrentDatabase("other.mdb"); }), DatabaseAlreadyOpen);
+    EXPECT_EQ(errorNumberOf([&] { app->OpenCurrentDatabase("other.mdb"); }), DatabaseAlreadyOpen);
 
     app->CloseCurrentDatabase();
     app->OpenCurrentDatabase("compiled.mde");
     const auto compiled = app->Modules("Good");
     EXPECT_EQ(compiled->Name(), "Good");
-    EXPECT_EQ(errorNumber([&] { compiled->CountOfLines(); }), ModuleCompiledOnly);
+    EXPECT_EQ(errorNumberOf([&] { compiled->CountOfLines(); }), ModuleCompiledOnly);
 }
 
 TEST(Automation, OpenFailuresAndCallsAfterQuit) {
@@ -104,9 +98,9 @@ TEST(Automation, OpenFailuresAndCallsAfterQuit) {
     }
     EXPECT_FALSE(app->currentDatabasePath());
     app->Quit();
-    EXPECT_EQ(errorNumber([&] { app->OpenCurrentDatabase("app.mdb"); }), ObjectGone);
-    EXPECT_EQ(errorNumber([&] { app->DoCmd(); }), ObjectGone);
-    EXPECT_EQ(errorNumber([&] { app->Quit(); }), ObjectGone);
+    EXPECT_EQ(errorNumberOf([&] { app->OpenCurrentDatabase("app.mdb"); }), ObjectGone);
+    EXPECT_EQ(errorNumberOf([&] { app->DoCmd(); }), ObjectGone);
+    EXPECT_EQ(errorNumberOf([&] { app->Quit(); }), ObjectGone);
 }
 
 }  // namespace

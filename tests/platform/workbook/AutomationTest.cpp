@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "tests/support/RuntimeErrors.h"
 #include "platform/workbook/Excel.h"
 
 using namespace ql::workbook;
@@ -11,17 +12,7 @@ namespace errors = ql::workbook::automation_errors;
 
 namespace {
 
-// Runs `call` and returns the run-time error number it raised (0 if none).
-template <typename Call>
-int errorOf(Call&& call) {
-    try {
-        call();
-    } catch (const ql::RuntimeError& e) {
-        EXPECT_FALSE(e.description().empty());
-        return e.number();
-    }
-    return 0;
-}
+using ql::test::errorNumberOf;
 
 std::vector<std::string> namesOf(const Workbook& book) {
     std::vector<std::string> names;
@@ -42,7 +33,7 @@ TEST(ExcelApplication, SheetsAreNumberedPastTakenNamesAndStayInTheirWorkbook) {
     sheets.Item(1).SetName("Sheet5");  // a taken name is skipped
     EXPECT_EQ(sheets.Add(sheets.Item(1)).Name(), "Sheet6");
     Workbook other = excel.Workbooks().Add();
-    EXPECT_EQ(errorOf([&] { sheets.Add(other.Worksheets().Item(1)); }), errors::MethodFailed);
+    EXPECT_EQ(errorNumberOf([&] { sheets.Add(other.Worksheets().Item(1)); }), errors::MethodFailed);
 }
 
 // Names are checked as Excel checks them, counting UTF-16 units and
@@ -54,24 +45,24 @@ TEST(ExcelApplication, SheetNamesFollowExcelRules) {
     const std::vector<std::string> refused = {"", std::string(32, 'a'), "a:b", "a[b", "'quoted", "SHEET3",
                                               "记录表记录表记录表记录表记录表记录表记录表记录表记录表记录表记录"};  // 32 CJK
     for (const std::string& name : refused) {
-        EXPECT_EQ(errorOf([&] { sheet.SetName(name); }), errors::MethodFailed) << name;
+        EXPECT_EQ(errorNumberOf([&] { sheet.SetName(name); }), errors::MethodFailed) << name;
         EXPECT_EQ(sheet.Name(), "Sheet1") << name;
     }
     for (const std::string& name : {std::string(31, 'a'), std::string("O'Brien"), std::string("sheet1")}) {
-        EXPECT_EQ(errorOf([&] { sheet.SetName(name); }), 0) << name;
+        EXPECT_EQ(errorNumberOf([&] { sheet.SetName(name); }), 0) << name;
         EXPECT_EQ(sheet.Name(), name);
     }
     book.Worksheets().Item(2).SetName("Рейсы");
-    EXPECT_EQ(errorOf([&] { sheet.SetName("РЕЙСЫ"); }), errors::MethodFailed);
+    EXPECT_EQ(errorNumberOf([&] { sheet.SetName("РЕЙСЫ"); }), errors::MethodFailed);
     EXPECT_EQ(book.Worksheets().Item("рейсы").Index(), 2);
 }
 
 TEST(ExcelApplication, MissingSheetsAndWorkbooksAreOutOfRange) {
     Application excel;
     Workbook book = excel.Workbooks().Add();
-    EXPECT_EQ(errorOf([&] { book.Worksheets().Item(0); }), errors::SubscriptOutOfRange);
-    EXPECT_EQ(errorOf([&] { book.Worksheets().Item(4); }), errors::SubscriptOutOfRange);
-    EXPECT_EQ(errorOf([&] { book.Worksheets().Item("Header"); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorNumberOf([&] { book.Worksheets().Item(0); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorNumberOf([&] { book.Worksheets().Item(4); }), errors::SubscriptOutOfRange);
+    EXPECT_EQ(errorNumberOf([&] { book.Worksheets().Item("Header"); }), errors::SubscriptOutOfRange);
 }
 
 TEST(ExcelApplication, CellsHoldTextOrNumbersWithinTheSheet) {
@@ -94,20 +85,20 @@ TEST(ExcelApplication, CellsHoldTextOrNumbersWithinTheSheet) {
     EXPECT_EQ(std::get<std::string>(sheet.Cells(4, 1).Value()), "bad \uFFFD\uFFFD bytes");
 
     for (auto [row, col] : {std::pair{0, 1}, {1, 0}, {65537, 1}, {1, 257}, {-1, -1}})
-        EXPECT_EQ(errorOf([&] { sheet.Cells(row, col); }), errors::MethodFailed) << row << "," << col;
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::numeric_limits<double>::infinity(); }),
+        EXPECT_EQ(errorNumberOf([&] { sheet.Cells(row, col); }), errors::MethodFailed) << row << "," << col;
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 1) = std::numeric_limits<double>::infinity(); }),
               errors::MethodFailed);
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::nan(""); }), errors::MethodFailed);
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 1) = std::nan(""); }), errors::MethodFailed);
 }
 
 TEST(ExcelApplication, CellTextLimitCountsUtf16Units) {
     Application excel;
     Worksheet sheet = excel.Workbooks().Add().Worksheets().Item(1);
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = std::string(32767, 'x'); }), 0);
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 2) = std::string(32768, 'x'); }), errors::MethodFailed);
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 1) = std::string(32767, 'x'); }), 0);
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 2) = std::string(32768, 'x'); }), errors::MethodFailed);
     std::string astral;  // each takes two UTF-16 units
     for (int i = 0; i < 16384; ++i) astral += "𝄞";
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 3) = astral; }), errors::MethodFailed);
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 3) = astral; }), errors::MethodFailed);
     EXPECT_TRUE(std::holds_alternative<std::monostate>(sheet.Cells(1, 3).Value()));
 }
 
@@ -119,9 +110,9 @@ TEST(ExcelApplication, AClosedWorkbookIsDisconnected) {
     first.Close();
     EXPECT_EQ(excel.Workbooks().Count(), 1);
     EXPECT_EQ(second.Name(), "Book2");
-    EXPECT_EQ(errorOf([&] { first.Name(); }), errors::ObjectDisconnected);
-    EXPECT_EQ(errorOf([&] { sheet.Cells(1, 1) = "x"; }), errors::ObjectDisconnected);
-    EXPECT_EQ(errorOf([&] { first.SaveAs("/tmp/never.xls"); }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorNumberOf([&] { first.Name(); }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorNumberOf([&] { sheet.Cells(1, 1) = "x"; }), errors::ObjectDisconnected);
+    EXPECT_EQ(errorNumberOf([&] { first.SaveAs("/tmp/never.xls"); }), errors::ObjectDisconnected);
 }
 
 }  // namespace
