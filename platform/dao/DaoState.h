@@ -17,6 +17,10 @@ namespace ql::dao {
 
 Variant toVariant(const jet::Value& value);
 
+// The value of one key of a connect string (";PWD=x", "ODBC;DSN=y;..."),
+// the key without regard to case; empty when it is not there.
+std::string connectValue(const std::string& connect, const std::string& key);
+
 // The identity the workgroup file gives the default user.
 struct Identity {
     bool present = false;               // a workgroup file was given

@@ -8,9 +8,8 @@
 #include <map>
 #include <system_error>
 
-#include <QString>
-
 #include "platform/dao/DaoState.h"
+#include "platform/text/Names.h"
 
 namespace ql::dao {
 
@@ -88,14 +87,6 @@ Identity openWorkgroup(const std::string& path) {
     return identity;
 }
 
-std::string connectPassword(const std::string& connect) {
-    const std::string upper = QString::fromStdString(connect).toUpper().toStdString();
-    const auto p = upper.find("PWD=");
-    if (p == std::string::npos) return {};
-    const auto end = connect.find(';', p + 4);
-    return connect.substr(p + 4, end == std::string::npos ? std::string::npos : end - p - 4);
-}
-
 
 }  // namespace
 
@@ -129,7 +120,7 @@ Database DBEngine::OpenDatabase(const std::string& name, bool, bool, const std::
     }
     if (db->header().workgroup) throw daoError(errors::UnrecognizedFormat, full);
     if (db->header().passwordSet) {
-        std::string given = connectPassword(connect);
+        std::string given = connectValue(connect, "PWD");
         std::string stored = db->header().password;
         if (db->header().format == jet::FileFormat::Jet3) {
             // Jet 3 compares no more than the first 13 characters.
@@ -152,6 +143,19 @@ Database::Database(std::shared_ptr<DatabaseState> state) : state_(std::move(stat
     lifetime_ = std::shared_ptr<void>(nullptr, [weak](void*) {
         if (const auto state = weak.lock()) state->releaseDefinitions();
     });
+}
+
+std::string connectValue(const std::string& connect, const std::string& key) {
+    std::size_t start = 0;
+    while (start <= connect.size()) {
+        const std::size_t end = std::min(connect.find(';', start), connect.size());
+        const std::string part = connect.substr(start, end - start);
+        const std::size_t equals = part.find('=');
+        if (equals != std::string::npos && text::sameName(text::trimmed(part.substr(0, equals)), key))
+            return part.substr(equals + 1);
+        start = end + 1;
+    }
+    return {};
 }
 
 }  // namespace ql::dao

@@ -11,20 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The value of one key of a connect string ("DSN=x;SERVER=y"), any case.
-std::string connectValue(const std::string& connect, const std::string& key) {
-    std::size_t start = 0;
-    while (start <= connect.size()) {
-        const std::size_t end = std::min(connect.find(';', start), connect.size());
-        const std::string part = connect.substr(start, end - start);
-        const std::size_t equals = part.find('=');
-        if (equals != std::string::npos && text::sameName(text::trimmed(part.substr(0, equals)), key))
-            return part.substr(equals + 1);
-        start = end + 1;
-    }
-    return {};
-}
-
 // The last part of a path written with either kind of separator.
 std::string fileNameOf(const std::string& stored) {
     const std::size_t slash = stored.find_last_of("/\\");

@@ -8,6 +8,13 @@
 namespace ql::dao {
 
 jetsql::Table CatalogueTables::read(const std::string& name) const {
+    const std::string key = text::foldedName(name);
+    auto it = read_.find(key);
+    if (it == read_.end()) it = read_.emplace(key, readOnce(name)).first;
+    return it->second;
+}
+
+jetsql::Table CatalogueTables::readOnce(const std::string& name) const {
     const jet::CatalogEntry* entry = db_.jet.findTable(name);
     if (!entry) {
         if (const jet::CatalogEntry* query = db_.findQuery(name)) {

@@ -2,6 +2,7 @@
 // Running Jet SQL over an open database: the tables the statement reads come
 // through the catalogue, with the user's read permissions, as DAO hands
 // them out. Internal to DAO and its tests.
+#include <map>
 #include <string>
 
 #include "platform/dao/DaoState.h"
@@ -18,8 +19,13 @@ public:
     jetsql::Table read(const std::string& name) const override;
 
 private:
+    jetsql::Table readOnce(const std::string& name) const;
+
     DatabaseState& db_;
     mutable int depth_ = 0;  // saved queries being run inside one another
+    // Each source read once per run, by folded name: a correlated
+    // sub-query or a self-join asks for the same table again and again.
+    mutable std::map<std::string, jetsql::Table> read_;
 };
 
 // Text compares by the database's sort order.
