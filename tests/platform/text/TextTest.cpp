@@ -37,9 +37,12 @@ TEST(Utf16, SurrogatesOddBytesAndInvalidUtf8BecomeReplacements) {
 TEST(CodePages, SingleAndMultiByteAndFallback) {
     EXPECT_EQ(decodeCodePage("caf\xE9", 1252), "caf\xC3\xA9");
     EXPECT_EQ(decodeCodePage("\xCA\xEB", 1251), "\xD0\x9A\xD0\xBB");  // Кл
+    EXPECT_EQ(decodeCodePage("\xC7\xE1", 1256), "\xD8\xA7\xD9\x84");  // ال
+    EXPECT_EQ(decodeCodePage("\xA1", 874), "\xE0\xB8\x81");             // ก
     EXPECT_EQ(decodeCodePage("\x83\x65\x83\x58\x83\x67", 932), "\xE3\x83\x86\xE3\x82\xB9\xE3\x83\x88");  // テスト
     // A cut-short double-byte character is one replacement, not the end.
     EXPECT_EQ(decodeCodePage("\x83" , 932), "\xEF\xBF\xBD");
+    EXPECT_NE(decodeCodePage("\x93" "a\x81", 936).find("\xEF\xBF\xBD"), std::string::npos);
     EXPECT_EQ(decodeCodePage("a\x81", 1252), "a\xEF\xBF\xBD");  // 0x81 is not in windows-1252
     const CodePageDecoder unknown(12345);
     EXPECT_EQ(unknown.codePage(), kFallbackCodePage);
